@@ -1,0 +1,40 @@
+# Every target installs what is missing first, so a fresh Debian machine (or a Mac with
+# Homebrew) needs nothing but `make`.
+CMAKE ?= cmake
+CTEST ?= ctest
+FUZZ_SECONDS ?= 20
+
+.PHONY: all deps build test asan fuzz bench demo clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	$(CMAKE) --preset dev
+	$(CMAKE) --build --preset dev
+
+test: build
+	$(CTEST) --preset dev
+
+asan: deps
+	$(CMAKE) --preset asan
+	$(CMAKE) --build --preset asan
+	$(CTEST) --preset asan
+
+fuzz: deps
+	$(CMAKE) --preset fuzz
+	$(CMAKE) --build --preset fuzz
+	scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+
+bench: deps
+	$(CMAKE) --preset release
+	$(CMAKE) --build --preset release
+	scripts/run-benchmarks build/release
+
+demo: build
+	scripts/demo build/dev
+
+clean:
+	rm -rf build

@@ -1,0 +1,45 @@
+# Shared build settings and the helpers that turn one folder of core/halyward into one
+# static library. Each subsystem is its own library so that a change in one folder never
+# forces the others to rebuild, and so that the dependency graph between subsystems stays
+# visible in core/CMakeLists.txt.
+
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
+pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
+pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
+
+if(NOT TARGET halyward_warnings)
+  add_library(halyward_warnings INTERFACE)
+  target_compile_options(halyward_warnings INTERFACE -Wall -Wextra)
+  if(HALYWARD_WERROR)
+    target_compile_options(halyward_warnings INTERFACE -Werror)
+  endif()
+  target_compile_features(halyward_warnings INTERFACE cxx_std_20)
+endif()
+
+set(HALYWARD_CORE_DIR "${PROJECT_SOURCE_DIR}/core")
+
+# halyward_module(<name> [DEPS <targets>...])
+# Builds core/halyward/<name>/*.cpp into the static library halyward_<name>. Headers are
+# included as <halyward/<name>/<header>.hpp>.
+function(halyward_module name)
+  cmake_parse_arguments(M "" "" "DEPS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS "${HALYWARD_CORE_DIR}/halyward/${name}/*.cpp")
+  file(GLOB headers CONFIGURE_DEPENDS "${HALYWARD_CORE_DIR}/halyward/${name}/*.hpp")
+  if(sources)
+    add_library(halyward_${name} STATIC ${sources} ${headers})
+    target_include_directories(halyward_${name} PUBLIC "$<BUILD_INTERFACE:${HALYWARD_CORE_DIR}>")
+    target_link_libraries(halyward_${name} PUBLIC ${M_DEPS} PRIVATE halyward_warnings)
+    target_compile_features(halyward_${name} PUBLIC cxx_std_20)
+    set_target_properties(halyward_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  else()
+    add_library(halyward_${name} INTERFACE)
+    target_include_directories(halyward_${name} INTERFACE "$<BUILD_INTERFACE:${HALYWARD_CORE_DIR}>")
+    target_link_libraries(halyward_${name} INTERFACE ${M_DEPS})
+    target_compile_features(halyward_${name} INTERFACE cxx_std_20)
+  endif()
+  set_property(GLOBAL APPEND PROPERTY HALYWARD_MODULES halyward_${name})
+endfunction()

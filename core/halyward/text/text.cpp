@@ -1,0 +1,219 @@
+#include "halyward/text/text.hpp"
+
+#include <utf8proc.h>
+
+namespace halyward::text {
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
+
+template <typename Map>
+std::string mapScalars(std::string_view text, Map map) {
+    std::string out;
+    out.reserve(text.size());
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        unsigned char byte = static_cast<unsigned char>(text[pos]);
+        if (byte < 0x80) {
+            out.push_back(static_cast<char>(map(byte)));
+            ++pos;
+            continue;
+        }
+        Scalar s = decodeAt(text, pos);
+        if (s.value == kReplacement && s.length == 1) {
+            // Keep a stray byte as it is rather than inventing a replacement character.
+            out.push_back(text[pos]);
+        } else {
+            appendUTF8(out, map(s.value));
+        }
+        pos += s.length;
+    }
+    return out;
+}
+
+}  // namespace
+
+Scalar decodeAt(std::string_view text, std::size_t pos) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    unsigned char first = bytes[pos];
+    if (first < 0x80) return {first, 1};
+    std::size_t need;
+    char32_t value;
+    char32_t minimum;
+    if ((first & 0xE0) == 0xC0) {
+        need = 1; value = first & 0x1F; minimum = 0x80;
+    } else if ((first & 0xF0) == 0xE0) {
+        need = 2; value = first & 0x0F; minimum = 0x800;
+    } else if ((first & 0xF8) == 0xF0) {
+        need = 3; value = first & 0x07; minimum = 0x10000;
+    } else {
+        return {kReplacement, 1};
+    }
+    if (pos + need >= text.size()) return {kReplacement, 1};
+    for (std::size_t i = 1; i <= need; ++i) {
+        unsigned char byte = bytes[pos + i];
+        if (!isContinuation(byte)) return {kReplacement, 1};
+        value = (value << 6) | (byte & 0x3F);
+    }
+    if (value < minimum || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) {
+        return {kReplacement, 1};
+    }
+    return {value, need + 1};
+}
+
+void appendUTF8(std::string& out, char32_t c) {
+    if (c < 0x80) {
+        out.push_back(static_cast<char>(c));
+    } else if (c < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else if (c < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    }
+}
+
+std::size_t nextGrapheme(std::string_view text, std::size_t pos) {
+    const std::size_t size = text.size();
+    if (pos >= size) return size;
+    unsigned char first = static_cast<unsigned char>(text[pos]);
+    // Fast path: an ASCII character followed by another ASCII character (or the end) is a
+    // cluster of its own, except CR LF, which Unicode keeps together.
+    if (first < 0x80) {
+        if (pos + 1 >= size) return size;
+        unsigned char next = static_cast<unsigned char>(text[pos + 1]);
+        if (next < 0x80) return (first == '\r' && next == '\n') ? pos + 2 : pos + 1;
+    }
+    Scalar current = decodeAt(text, pos);
+    std::size_t end = pos + current.length;
+    if (current.value == kReplacement && current.length == 1 && first >= 0x80) {
+        return end;  // an invalid byte stands alone
+    }
+    utf8proc_int32_t state = 0;
+    char32_t previous = current.value;
+    while (end < size) {
+        Scalar next = decodeAt(text, end);
+        if (next.value == kReplacement && next.length == 1 &&
+            static_cast<unsigned char>(text[end]) >= 0x80) {
+            break;
+        }
+        if (utf8proc_grapheme_break_stateful(static_cast<utf8proc_int32_t>(previous),
+                                             static_cast<utf8proc_int32_t>(next.value), &state)) {
+            break;
+        }
+        previous = next.value;
+        end += next.length;
+    }
+    return end;
+}
+
+std::size_t graphemeCount(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t pos = 0; pos < text.size(); pos = nextGrapheme(text, pos)) ++count;
+    return count;
+}
+
+bool isLineBreak(char32_t c) {
+    return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+bool isWhitespace(char32_t c) {
+    if (c == 0x20 || c == 0x09 || isLineBreak(c)) return true;
+    if (c < 0xA0) return false;
+    return c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F ||
+           c == 0x205F || c == 0x3000;
+}
+
+bool isLetter(char32_t c) {
+    if (c < 0x80) return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    switch (utf8proc_category(static_cast<utf8proc_int32_t>(c))) {
+        case UTF8PROC_CATEGORY_LU: case UTF8PROC_CATEGORY_LL: case UTF8PROC_CATEGORY_LT:
+        case UTF8PROC_CATEGORY_LM: case UTF8PROC_CATEGORY_LO:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool isNumber(char32_t c) {
+    if (c < 0x80) return c >= '0' && c <= '9';
+    switch (utf8proc_category(static_cast<utf8proc_int32_t>(c))) {
+        case UTF8PROC_CATEGORY_ND: case UTF8PROC_CATEGORY_NL: case UTF8PROC_CATEGORY_NO:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool isLetterOrNumber(char32_t c) { return isLetter(c) || isNumber(c); }
+
+bool isWhitespaceCharacter(std::string_view cluster) {
+    return !cluster.empty() && isWhitespace(decodeAt(cluster, 0).value);
+}
+
+std::string_view trim(std::string_view text) {
+    std::size_t start = 0;
+    while (start < text.size()) {
+        Scalar s = decodeAt(text, start);
+        if (!isWhitespace(s.value)) break;
+        start += s.length;
+    }
+    std::size_t end = text.size();
+    while (end > start) {
+        // Step back to the start of the last scalar.
+        std::size_t begin = end - 1;
+        while (begin > start && isContinuation(static_cast<unsigned char>(text[begin])) &&
+               end - begin < 4) {
+            --begin;
+        }
+        Scalar s = decodeAt(text, begin);
+        if (begin + s.length != end) {
+            // Not a well-formed scalar ending here: the last byte is a stray byte.
+            break;
+        }
+        if (!isWhitespace(s.value)) break;
+        end = begin;
+    }
+    return text.substr(start, end - start);
+}
+
+std::string_view trimBlanks(std::string_view text) {
+    std::size_t start = 0;
+    while (start < text.size() && (text[start] == ' ' || text[start] == '\t')) ++start;
+    std::size_t end = text.size();
+    while (end > start && (text[end - 1] == ' ' || text[end - 1] == '\t')) --end;
+    return text.substr(start, end - start);
+}
+
+std::string lowercased(std::string_view text) {
+    return mapScalars(text, [](char32_t c) -> char32_t {
+        if (c < 0x80) return (c >= 'A' && c <= 'Z') ? c + 32 : c;
+        return static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(c)));
+    });
+}
+
+std::string uppercased(std::string_view text) {
+    return mapScalars(text, [](char32_t c) -> char32_t {
+        if (c < 0x80) return (c >= 'a' && c <= 'z') ? c - 32 : c;
+        return static_cast<char32_t>(utf8proc_toupper(static_cast<utf8proc_int32_t>(c)));
+    });
+}
+
+bool startsWith(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+bool endsWith(std::string_view text, std::string_view suffix) {
+    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+}  // namespace halyward::text

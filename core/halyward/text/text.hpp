@@ -1,0 +1,62 @@
+#pragma once
+/// Unicode text helpers shared by every module: trimming, case mapping, character
+/// classes and stepping over user-perceived characters (grapheme clusters) in UTF-8.
+///
+/// Every function accepts any bytes. A byte that does not start a valid UTF-8 sequence is
+/// treated as one character of its own (decoded as U+FFFD) so that invalid input never
+/// crashes, loops or loses bytes: helpers that return text keep such bytes unchanged.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace halyward::text {
+
+/// One decoded scalar: its value and the number of bytes it occupied (at least 1).
+struct Scalar {
+    char32_t value;
+    std::size_t length;
+};
+
+/// Decodes the scalar that starts at byte `pos` (which must be < text.size()).
+/// Invalid or truncated sequences give U+FFFD with length 1.
+Scalar decodeAt(std::string_view text, std::size_t pos);
+
+/// Appends the UTF-8 encoding of `scalar` to `out`.
+void appendUTF8(std::string& out, char32_t scalar);
+
+/// Byte offset just past the grapheme cluster that starts at `pos` (pos < text.size()).
+std::size_t nextGrapheme(std::string_view text, std::size_t pos);
+
+/// Number of grapheme clusters in `text`.
+std::size_t graphemeCount(std::string_view text);
+
+/// Unicode White_Space property (space, tab, line breaks, NBSP, U+2028, ...).
+bool isWhitespace(char32_t scalar);
+/// Line breaks: U+000A to U+000D, U+0085, U+2028, U+2029.
+bool isLineBreak(char32_t scalar);
+/// General category L* or N*.
+bool isLetterOrNumber(char32_t scalar);
+/// General category L*.
+bool isLetter(char32_t scalar);
+/// General category N* (decimal digits of every script, letter-like numbers, ...).
+bool isNumber(char32_t scalar);
+
+/// A grapheme cluster is white space when its first scalar is.
+bool isWhitespaceCharacter(std::string_view cluster);
+
+/// Removes leading and trailing white space and line breaks (whole characters).
+std::string_view trim(std::string_view text);
+/// Removes leading and trailing spaces and tabs only.
+std::string_view trimBlanks(std::string_view text);
+
+/// Full Unicode lower-casing, scalar by scalar; invalid bytes are kept as they are.
+std::string lowercased(std::string_view text);
+/// Full Unicode upper-casing, scalar by scalar; invalid bytes are kept as they are.
+std::string uppercased(std::string_view text);
+
+/// True when `text` starts (ends) with `prefix` (`suffix`), byte for byte.
+bool startsWith(std::string_view text, std::string_view prefix);
+bool endsWith(std::string_view text, std::string_view suffix);
+
+}  // namespace halyward::text
