@@ -38,12 +38,12 @@ public:
     bool on_document_begin(boost::system::error_code&) { return true; }
     bool on_document_end(boost::system::error_code&) { return true; }
     bool on_object_begin(boost::system::error_code&) {
-        stack_.push_back(Frame{JSONValue(JSONObject{}), {}, {}, {}});
+        stack_.push_back(Frame{false, {}, {}, {}});
         return true;
     }
     bool on_object_end(std::size_t, boost::system::error_code&) { return close(); }
     bool on_array_begin(boost::system::error_code&) {
-        stack_.push_back(Frame{JSONValue(JSONArray{}), {}, {}, {}});
+        stack_.push_back(Frame{true, {}, {}, {}});
         return true;
     }
     bool on_array_end(std::size_t, boost::system::error_code&) { return close(); }
@@ -95,7 +95,7 @@ public:
 
 private:
     struct Frame {
-        JSONValue container;  // only its kind is used: array or object
+        bool isArray;
         std::string key;
         JSONArray elements;
         JSONObject members;
@@ -107,7 +107,7 @@ private:
             return true;
         }
         Frame& top = stack_.back();
-        if (top.container.kind() == JSONValue::Kind::array) {
+        if (top.isArray) {
             top.elements.push_back(std::move(value));
         } else {
             // A repeated key keeps its last value, as most JSON readers do.
@@ -119,7 +119,7 @@ private:
     bool close() {
         Frame frame = std::move(stack_.back());
         stack_.pop_back();
-        if (frame.container.kind() == JSONValue::Kind::array) return add(JSONValue(std::move(frame.elements)));
+        if (frame.isArray) return add(JSONValue(std::move(frame.elements)));
         return add(JSONValue(std::move(frame.members)));
     }
 
