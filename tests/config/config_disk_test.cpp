@@ -1,0 +1,175 @@
+#include "halyward/config/config_file.hpp"
+
+#include "halyward/base/error.hpp"
+#include "halyward/system/atomic_file.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+
+#include <csignal>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace halyward;
+namespace fs = std::filesystem;
+
+namespace {
+
+class config_disk : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "halyward-config-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        root = pattern;
+        path = root / ".config" / "halyward" / "config.toml";
+    }
+    void TearDown() override {
+        fs::permissions(root, fs::perms::owner_all, fs::perm_options::add);
+        fs::remove_all(root);
+    }
+    static std::string contents(const fs::path& p) {
+        std::ifstream in(p, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    }
+    static void addApp(ConfigFile& file, const std::string& slug) {
+        file.upsertApp({slug, {"https://" + slug + ".example", slug, "id." + slug}});
+    }
+
+    fs::path root, path;
+};
+
+}  // namespace
+
+TEST_F(config_disk, update_creates_the_file_from_the_template_and_keeps_its_mode) {
+    EXPECT_EQ(ConfigFile::load(path), ConfigFile::makeDefault());
+    EXPECT_FALSE(fs::exists(path));  // reading never creates
+
+    ConfigFile::update(path, [](ConfigFile& file) { addApp(file, "notes"); });
+    EXPECT_EQ(ConfigFile::load(path).decode().apps.size(), 1u);
+    EXPECT_EQ(fs::status(path).permissions(), static_cast<fs::perms>(0644));
+    EXPECT_TRUE(fs::exists(path.string() + ".lock"));
+
+    fs::permissions(path, static_cast<fs::perms>(0600));
+    ConfigFile::update(path, [](ConfigFile& file) { addApp(file, "mail"); });
+    EXPECT_EQ(fs::status(path).permissions(), static_cast<fs::perms>(0600));
+
+    // A linked file is edited through the link, which stays a link.
+    const fs::path real = root / "dotfiles" / "config.toml";
+    fs::create_directories(real.parent_path());
+    fs::rename(path, real);
+    fs::create_symlink(real, path);
+    ConfigFile::update(path, [](ConfigFile& file) { file.removeApp("mail"); });
+    EXPECT_TRUE(fs::is_symlink(path));
+    EXPECT_EQ(ConfigFile::load(real).decode().apps.size(), 1u);
+}
+
+TEST_F(config_disk, failures_leave_the_bytes_as_they_were) {
+    fs::create_directories(path.parent_path());
+    const std::string broken = "# mine\r\n[general\r\nx = 1\r\n";
+    std::ofstream(path, std::ios::binary) << broken;
+    try {
+        ConfigFile::update(path, [](ConfigFile& file) { addApp(file, "x"); });
+        ADD_FAILURE() << "a broken file was edited";
+    } catch (const HalywardError& error) {
+        EXPECT_EQ(error, HalywardError::config("Config line 2: A table header is missing ]."));
+    }
+    EXPECT_EQ(contents(path), broken);
+
+    std::ofstream(path, std::ios::binary) << "a = 1\n";
+    EXPECT_THROW(ConfigFile::update(path, [](ConfigFile& file) {
+                     addApp(file, "x");
+                     throw HalywardError::conflict("An app named “x” already exists.");
+                 }),
+                 HalywardError);
+    EXPECT_EQ(contents(path), "a = 1\n");
+
+    // A folder where the file goes, and a file where the folder goes, fail for root too.
+    struct Case { fs::path target; fs::path survivor; };
+    fs::create_directories(root / "folder.toml");
+    std::ofstream(root / "plain") << "keep";
+    for (const Case& c : {Case{root / "folder.toml", root / "folder.toml"},
+                          Case{root / "plain" / "config.toml", root / "plain"}}) {
+        EXPECT_THROW(ConfigFile::update(c.target, [](ConfigFile& file) { addApp(file, "x"); }),
+                     HalywardError)
+            << c.target;
+        EXPECT_THROW(ConfigFile::load(c.target), HalywardError) << c.target;
+    }
+    EXPECT_TRUE(fs::is_directory(root / "folder.toml"));
+    EXPECT_EQ(contents(root / "plain"), "keep");
+
+}
+
+TEST_F(config_disk, concurrent_updates_never_lose_an_edit) {
+    constexpr int writers = 4, editsEach = 15;
+    std::vector<pid_t> children;
+    for (int w = 0; w < writers; ++w) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            int status = 0;
+            try {
+                for (int i = 0; i < editsEach; ++i) {
+                    ConfigFile::update(path, [&](ConfigFile& file) {
+                        addApp(file, "w" + std::to_string(w) + "-" + std::to_string(i));
+                    });
+                }
+            } catch (...) {
+                status = 1;
+            }
+            _exit(status);
+        }
+        children.push_back(child);
+    }
+    for (pid_t child : children) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    EXPECT_EQ(ConfigFile::load(path).decode().apps.size(), std::size_t{writers * editsEach});
+}
+
+TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
+    // Versions of very different lengths, so a torn write would show as a mix of two.
+    std::vector<std::string> versions;
+    ConfigFile file = ConfigFile::makeDefault();
+    for (int i = 0; i < 6; ++i) {
+        for (int a = 0; a < i * 40; ++a) addApp(file, "v" + std::to_string(i) + "-" + std::to_string(a));
+        versions.push_back(file.text());
+        file = ConfigFile::makeDefault();
+    }
+    const std::set<std::string> complete(versions.begin(), versions.end());
+    AtomicFile::write(std::string_view(versions[0]), path.string(), 0644);
+
+    std::mt19937 random(20240611);
+    std::uniform_int_distribution<int> pause(0, 3000);
+    for (int round = 0; round < 200; ++round) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (std::size_t i = round;; ++i) {
+                AtomicFile::write(std::string_view(versions[i % versions.size()]), path.string(), 0644);
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        const std::string text = contents(path);
+        ASSERT_TRUE(complete.count(text)) << "round " << round << ": " << text.size() << " bytes";
+        ASSERT_NO_THROW(ConfigFile{text});
+    }
+    // Left-over temporary files show that kills did land in the middle of writes.
+    int interrupted = 0;
+    for (const auto& entry : fs::directory_iterator(path.parent_path())) {
+        interrupted += entry.path().filename().string().rfind(".halyward-", 0) == 0;
+    }
+    EXPECT_GT(interrupted, 0);
+}
