@@ -1,0 +1,124 @@
+#include "halyward/control/control_client.hpp"
+#include "halyward/control/rpc_codec.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace halyward;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct ClientTest : ::testing::Test {
+    std::string folder;
+    void SetUp() override {
+        char pattern[] = "/tmp/hwcli-XXXXXX";
+        folder = ::mkdtemp(pattern);
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    // A listening socket at `path` that is never accepted from.
+    detail::UniqueFd listenAt(const std::string& path) {
+        detail::UniqueFd socket = detail::makeLocalSocket();
+        EXPECT_EQ(detail::bindLocalSocket(socket.get(), path), 0);
+        EXPECT_EQ(::listen(socket.get(), 4), 0);
+        return socket;
+    }
+};
+
+// Serves one connection: reads the request line and writes what `reply` makes of it.
+std::thread fakeServer(int listener, std::function<std::string(const RPCRequest&)> reply) {
+    return std::thread([listener, reply] {
+        pollfd ready{listener, POLLIN, 0};
+        if (::poll(&ready, 1, 5000) != 1) return;
+        detail::UniqueFd connection(::accept(listener, nullptr, nullptr));
+        std::string line;
+        char byte;
+        while (::recv(connection.get(), &byte, 1, MSG_WAITALL) == 1 && byte != '\n') line += byte;
+        std::string bytes = reply(RPCCodec::decode<RPCRequest>(line));
+        ::send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    });
+}
+
+std::string line(const RPCResponse& response) {
+    auto bytes = RPCCodec::encodeLine(response);
+    return {bytes.begin(), bytes.end()};
+}
+
+HalywardError thrownBy(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const HalywardError& error) {
+        return error;
+    }
+    return HalywardError("none", "nothing was thrown", 0);
+}
+
+}  // namespace
+
+TEST_F(ClientTest, reports_not_running_when_nothing_listens) {
+    const std::string stale = folder + "/stale.sock", plain = folder + "/plain";
+    {
+        detail::UniqueFd dead = detail::makeLocalSocket();
+        ASSERT_EQ(detail::bindLocalSocket(dead.get(), stale), 0);
+    }
+    std::ofstream(plain) << "x";
+    for (const std::string& path : {folder + "/none.sock", folder + "/missing/h.sock", stale,
+                                    plain, plain + "/h.sock"}) {
+        EXPECT_EQ(thrownBy([&] { ControlClient::send(path, {"ping"}, 1); }),
+                  HalywardError::unavailable("Halyward is not running."))
+            << path;
+    }
+    EXPECT_EQ(thrownBy([&] { ControlClient::send(folder + std::string(200, 'a'), {}, 1); }).code,
+              "failed");
+}
+
+TEST_F(ClientTest, gives_up_after_the_timeout_and_says_how_long_it_waited) {
+    const std::string path = folder + "/slow.sock";
+    detail::UniqueFd listener = listenAt(path);
+    const std::pair<double, std::string> cases[] = {
+        {0.25, "Halyward did not answer within 0.25 seconds."},
+        {1, "Halyward did not answer within 1 second."},
+        {0, "Halyward did not answer within 0 seconds."},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(thrownBy([&] { ControlClient::send(path, {"ping"}, c.first); }),
+                  HalywardError::unavailable(c.second));
+}
+
+TEST_F(ClientTest, rejects_answers_it_cannot_trust) {
+    const std::string path = folder + "/odd.sock";
+    detail::UniqueFd listener = listenAt(path);
+    using Reply = std::function<std::string(const RPCRequest&)>;
+    const std::pair<Reply, std::string> cases[] = {
+        {[](const RPCRequest&) { return line(RPCResponse("other", 0, "hi", "null")); },
+         "failed"},
+        {[](const RPCRequest& r) { return line(RPCResponse(r.id, 0, "hi", "{nope")); }, "failed"},
+        {[](const RPCRequest& r) { return line(RPCResponse(r.id, 1ll << 40, "hi", "null")); },
+         "failed"},
+        {[](const RPCRequest& r) { return "{\"id\":\"" + r.id + "\"}\n"; }, "failed"},
+        {[](const RPCRequest&) { return std::string("{\"id\":"); }, "failed"},
+        {[](const RPCRequest&) { return std::string(); }, "unavailable"},
+    };
+    for (const auto& [reply, code] : cases) {
+        std::thread server = fakeServer(listener.get(), reply);
+        HalywardError error = thrownBy([&] { ControlClient::send(path, {"ping"}, 5); });
+        server.join();
+        EXPECT_EQ(error.code, code) << error.message;
+    }
+
+    std::thread server = fakeServer(listener.get(), [](const RPCRequest& r) {
+        return line(RPCResponse(r.id, 5, "No app.", R"({"code":"not_found"})")) + "ignored";
+    });
+    EXPECT_EQ(ControlClient::send(path, {"app", "remove", "x"}, 5),
+              CommandOutput::fromError(HalywardError::notFound("No app.")));
+    server.join();
+}

@@ -1,0 +1,269 @@
+#include "halyward/control/control_client.hpp"
+#include "halyward/control/control_server.hpp"
+#include "halyward/control/rpc_codec.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace halyward;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Socket paths must stay short, so the folder lives directly under /tmp.
+struct TempFolder {
+    std::string path;
+    TempFolder() {
+        char pattern[] = "/tmp/hwctl-XXXXXX";
+        path = ::mkdtemp(pattern);
+    }
+    ~TempFolder() { fs::remove_all(path); }
+};
+
+// A handler that echoes its arguments, answers "fail …" with the failure it names, and
+// records whether two calls ever overlapped.
+struct EchoHandler {
+    std::shared_ptr<std::atomic<int>> inside = std::make_shared<std::atomic<int>>(0);
+    std::shared_ptr<std::atomic<bool>> overlapped = std::make_shared<std::atomic<bool>>(false);
+
+    CommandOutput operator()(const std::vector<std::string>& arguments) const {
+        if (inside->fetch_add(1) != 0) *overlapped = true;
+        struct Leave {
+            std::atomic<int>& count;
+            ~Leave() { --count; }
+        } leave{*inside};
+        if (arguments.size() == 2 && arguments[0] == "fail") {
+            if (arguments[1] == "halyward") throw HalywardError::notFound("No app \u201Cx\u201D.");
+            if (arguments[1] == "std") throw std::runtime_error("disk on fire");
+            throw 42;
+        }
+        if (arguments.size() == 1 && arguments[0] == "big")  // more than a socket buffer holds
+            return {ExitCode::ok, std::string(4 << 20, 'm'), nullptr};
+        JSONArray echoed(arguments.begin(), arguments.end());
+        return {ExitCode::ok, "pong", JSONValue(JSONObject{{"arguments", echoed}})};
+    }
+};
+
+// Writes `bytes` on a fresh connection, optionally closes the writing side, and returns
+// everything the server sends until it closes.
+std::string rawExchange(const std::string& path, const std::string& bytes, bool halfClose) {
+    detail::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    if (::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        return "connect failed";
+    timeval limit{5, 0};
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (halfClose) ::shutdown(socket.get(), SHUT_WR);
+    std::string reply;
+    char chunk[4096];
+    long got;
+    while ((got = ::recv(socket.get(), chunk, sizeof chunk, 0)) > 0) reply.append(chunk, got);
+    return reply;
+}
+
+std::string refusal(const std::string& id, const std::string& message) {
+    auto bytes = RPCCodec::encodeLine(RPCResponse(id, 8, message, R"({"code":"failed"})"));
+    return {bytes.begin(), bytes.end()};
+}
+
+struct ServerTest : ::testing::Test {
+    TempFolder folder;
+    std::string path = folder.path + "/run/halyward.sock";
+    EchoHandler handler;
+};
+
+}  // namespace
+
+TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
+    ControlServer server(path, handler);
+    server.start();
+    const std::string ping = R"({"id":"7","arguments":["ping"]})";
+    const std::string pong = R"({"id":"7","exitCode":0,"message":"pong","payload":"{\"arguments\":[\"ping\"]}"})"
+                             "\n";
+    EXPECT_EQ(rawExchange(path, ping + "\n", false), pong);
+    EXPECT_EQ(rawExchange(path, R"({"arguments":["ping"],"id":"7"})" "\r\n", false), pong);
+    EXPECT_EQ(rawExchange(path, ping, true), pong);  // no line feed, then end of stream
+    EXPECT_EQ(rawExchange(path, ping + "\ntrailing bytes", false), pong);
+    EXPECT_EQ(rawExchange(path, "", true), "");  // a probe that says nothing gets nothing
+
+    struct Refused {
+        std::string sent;
+        std::string id;  // salvaged when the line is at least an object with a string id
+    };
+    const Refused refused[] = {
+        {"not json\n", ""},
+        {"[1,2]\n", ""},
+        {R"({"id":"x9","arguments":"ping"})" "\n", "x9"},
+        {R"({"id":"x9","arguments":[1]})" "\n", "x9"},
+        {R"({"id":7,"arguments":[]})" "\n", ""},
+        {std::string("\0\xFF\xFE{", 4), ""},  // garbage, then the client hangs up
+        {"{\"id\":\"\xC3\"}\n", ""},
+    };
+    for (const auto& c : refused) {
+        auto response = RPCCodec::decode<RPCResponse>(rawExchange(path, c.sent, true));
+        EXPECT_EQ(response.id, c.id) << c.sent;
+        EXPECT_EQ(response.exitCode, 8) << c.sent;
+        EXPECT_FALSE(response.message.empty());
+        EXPECT_EQ(response.payload, R"({"code":"failed"})") << c.sent;
+    }
+    EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");  // still serving
+    EXPECT_EQ(ControlClient::send(path, {"big"}, 5).message, std::string(4 << 20, 'm'));
+}
+
+TEST_F(ServerTest, caps_a_line_at_one_mebibyte) {
+    ControlServer server(path, handler);
+    server.start();
+    const std::string head = R"({"id":"b","arguments":[")", tail = R"("]})";
+    auto line = [&](std::size_t size) {
+        return head + std::string(size - head.size() - tail.size(), 'a') + tail + "\n";
+    };
+    auto fits = RPCCodec::decode<RPCResponse>(rawExchange(path, line(ControlServer::maxRequestBytes), false));
+    EXPECT_EQ(fits.exitCode, 0);
+    EXPECT_EQ(rawExchange(path, line(ControlServer::maxRequestBytes + 1), false),
+              refusal("", "The request is longer than 1 MiB."));
+
+    // The real client, still writing when the server refuses, reads the refusal.
+    auto output = ControlClient::send(path, {std::string(3 << 20, 'x')}, 5);
+    EXPECT_EQ(output, CommandOutput::fromError(HalywardError::failed("The request is longer than 1 MiB.")));
+}
+
+TEST_F(ServerTest, turns_handler_failures_into_output) {
+    ControlServer server(path, handler);
+    server.start();
+    const std::pair<std::string, CommandOutput> cases[] = {
+        {"halyward", CommandOutput::fromError(HalywardError::notFound("No app \u201Cx\u201D."))},
+        {"std", CommandOutput::fromError(HalywardError::failed("disk on fire"))},
+        {"other", CommandOutput::fromError(HalywardError::failed("The command failed."))},
+    };
+    for (const auto& [kind, expected] : cases)
+        EXPECT_EQ(ControlClient::send(path, {"fail", kind}, 5), expected) << kind;
+}
+
+TEST_F(ServerTest, silent_clients_block_nobody_and_are_dropped) {
+    ControlServer server(path, handler, {std::chrono::milliseconds(300), 128});
+    server.start();
+    std::string silentReply, halfLineReply;
+    std::thread silent([&] { silentReply = rawExchange(path, "", false); });
+    std::thread halfLine([&] { halfLineReply = rawExchange(path, "{\"id\":", false); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
+    silent.join();
+    halfLine.join();
+    EXPECT_EQ(silentReply, refusal("", "No request arrived within 0.3 seconds."));
+    EXPECT_EQ(halfLineReply, silentReply);
+}
+
+TEST_F(ServerTest, answers_two_hundred_concurrent_clients_one_handler_call_at_a_time) {
+    ControlServer server(path, handler);
+    server.start();
+    std::vector<std::thread> clients;
+    std::atomic<int> correct{0};
+    for (int i = 0; i < 200; ++i) {
+        clients.emplace_back([&, i] {
+            try {
+                auto output = ControlClient::send(path, {"echo", std::to_string(i)}, 30);
+                JSONArray expected{"echo", std::to_string(i)};
+                if (output.payload == JSONValue(JSONObject{{"arguments", expected}})) ++correct;
+            } catch (const std::exception&) {
+            }
+        });
+    }
+    for (auto& client : clients) client.join();
+    EXPECT_EQ(correct, 200);
+    EXPECT_FALSE(*handler.overlapped);
+}
+
+TEST_F(ServerTest, makes_private_files_and_removes_its_socket) {
+    {
+        ControlServer server(path, handler);
+        server.start();
+        struct stat info;
+        ASSERT_EQ(::stat(path.c_str(), &info), 0);
+        EXPECT_TRUE(S_ISSOCK(info.st_mode));
+        EXPECT_EQ(info.st_mode & 0777, 0600u);
+        ASSERT_EQ(::stat((folder.path + "/run").c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, 0700u);
+        server.stop();
+        EXPECT_FALSE(fs::exists(path));
+        server.start();  // restartable
+        EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
+    }
+    EXPECT_FALSE(fs::exists(path));  // the destructor stops too
+}
+
+TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
+    fs::create_directories(folder.path + "/run");
+    {
+        // A server that died without cleaning up leaves its socket file behind.
+        detail::UniqueFd dead = detail::makeLocalSocket();
+        ASSERT_EQ(detail::bindLocalSocket(dead.get(), path), 0);
+    }
+    ControlServer server(path, handler);
+    server.start();
+    EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
+
+    ControlServer second(path, handler);
+    try {
+        second.start();
+        ADD_FAILURE() << "a second server took over a live socket";
+    } catch (const HalywardError& error) {
+        EXPECT_EQ(error.code, "unavailable");
+        EXPECT_EQ(error.message, "Another Halyward is already listening on \u201C" + path + "\u201D.");
+    }
+    EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
+
+    const std::string plain = folder.path + "/notes";
+    std::ofstream(plain) << "keep me";
+    const std::pair<std::string, std::string> unusable[] = {
+        {plain, "a file that is not a socket is already there"},
+        {plain + "/x.sock", "a file is in the way"},
+        {folder.path + "/" + std::string(120, 'n'), "bytes long"},
+    };
+    for (const auto& [where, why] : unusable) {
+        ControlServer bad(where, handler);
+        try {
+            bad.start();
+            ADD_FAILURE() << where;
+        } catch (const HalywardError& error) {
+            EXPECT_EQ(error.code, "failed");
+            EXPECT_NE(error.message.find(why), std::string::npos) << error.message;
+        }
+    }
+    std::ifstream kept(plain);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "keep me");
+}
+
+TEST_F(ServerTest, closes_other_users_connections_without_answering) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to connect as another user";
+    ControlServer server(path, handler);
+    server.start();
+    // Let the other user through the file permissions, so only the credential check stands.
+    ::chmod((folder.path + "/run").c_str(), 0755);
+    ::chmod(folder.path.c_str(), 0755);
+    ::chmod(path.c_str(), 0666);
+    pid_t child = ::fork();
+    if (child == 0) {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(2);
+        std::string reply = rawExchange(path, "{\"id\":\"1\",\"arguments\":[\"ping\"]}\n", false);
+        ::_exit(reply.empty() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
