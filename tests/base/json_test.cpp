@@ -59,22 +59,6 @@ TEST(command_output, renders_message_or_the_four_member_object) {
               R"({"exitCode":5,"message":"No app “x”.","ok":false,"result":{"code":"not_found"}})");
 }
 
-TEST(errors, constructors_pair_codes_with_exit_statuses) {
-    struct Case { HalywardError error; std::string code; int status; };
-    const Case cases[] = {
-        {HalywardError::usage("m"), "usage", 1},       {HalywardError::config("m"), "config", 2},
-        {HalywardError::unavailable("m"), "unavailable", 3},
-        {HalywardError::notFound("m"), "not_found", 5}, {HalywardError::conflict("m"), "conflict", 6},
-        {HalywardError::cancelled("m"), "cancelled", 7}, {HalywardError::failed("m"), "failed", 8},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.error.code, c.code);
-        EXPECT_EQ(c.error.exitCode, c.status);
-        EXPECT_STREQ(c.error.what(), "m");
-    }
-    EXPECT_EQ(HalywardError::usage("a"), HalywardError("usage", "a", 1));
-}
-
 // Cross-check with a real JSON reader: whatever we write, Boost.JSON reads back the same.
 namespace {
 
@@ -152,10 +136,6 @@ TEST(json_cross_check, boost_json_reads_back_every_string_and_value) {
         std::string s = randomString(rng);
         boost::json::value v = boost::json::parse(quoteJSON(s));
         ASSERT_EQ(std::string(v.as_string().c_str(), v.as_string().size()), s);
-    }
-    for (int c = 0; c < 0x20; ++c) {
-        std::string s(1, static_cast<char>(c));
-        EXPECT_EQ(boost::json::parse(quoteJSON(s)).as_string(), s) << c;
     }
     // Doubles at the edges of the format, where a reader's fast path is most likely to be
     // one unit in the last place off.

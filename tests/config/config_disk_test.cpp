@@ -2,20 +2,16 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
-#include <string>
 #include <thread>
 
 #include <csignal>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,27 +20,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class config_disk : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "halyward-config-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        root = pattern;
-        path = root / ".config" / "halyward" / "config.toml";
-    }
-    void TearDown() override {
-        fs::permissions(root, fs::perms::owner_all, fs::perm_options::add);
-        fs::remove_all(root);
-    }
-    static std::string contents(const fs::path& p) {
-        std::ifstream in(p, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    }
+struct config_disk : ::testing::Test {
+    ScratchFolder root;
+    fs::path path = root.path / ".config" / "halyward" / "config.toml";
     static void addApp(ConfigFile& file, const std::string& slug) {
         file.upsertApp({slug, {"https://" + slug + ".example", slug, "id." + slug}});
     }
-
-    fs::path root, path;
 };
 
 }  // namespace
@@ -63,7 +44,7 @@ TEST_F(config_disk, update_creates_the_file_from_the_template_and_keeps_its_mode
     EXPECT_EQ(fs::status(path).permissions(), static_cast<fs::perms>(0600));
 
     // A linked file is edited through the link, which stays a link.
-    const fs::path real = root / "dotfiles" / "config.toml";
+    const fs::path real = root.path / "dotfiles" / "config.toml";
     fs::create_directories(real.parent_path());
     fs::rename(path, real);
     fs::create_symlink(real, path);
@@ -73,39 +54,33 @@ TEST_F(config_disk, update_creates_the_file_from_the_template_and_keeps_its_mode
 }
 
 TEST_F(config_disk, failures_leave_the_bytes_as_they_were) {
-    fs::create_directories(path.parent_path());
     const std::string broken = "# mine\r\n[general\r\nx = 1\r\n";
-    std::ofstream(path, std::ios::binary) << broken;
+    writeFile(path, broken);
     try {
         ConfigFile::update(path, [](ConfigFile& file) { addApp(file, "x"); });
         ADD_FAILURE() << "a broken file was edited";
     } catch (const HalywardError& error) {
         EXPECT_EQ(error, HalywardError::config("Config line 2: A table header is missing ]."));
     }
-    EXPECT_EQ(contents(path), broken);
+    EXPECT_EQ(readFile(path), broken);
 
-    std::ofstream(path, std::ios::binary) << "a = 1\n";
+    writeFile(path, "a = 1\n");
     EXPECT_THROW(ConfigFile::update(path, [](ConfigFile& file) {
                      addApp(file, "x");
                      throw HalywardError::conflict("An app named “x” already exists.");
                  }),
                  HalywardError);
-    EXPECT_EQ(contents(path), "a = 1\n");
+    EXPECT_EQ(readFile(path), "a = 1\n");
 
     // A folder where the file goes, and a file where the folder goes, fail for root too.
-    struct Case { fs::path target; fs::path survivor; };
-    fs::create_directories(root / "folder.toml");
-    std::ofstream(root / "plain") << "keep";
-    for (const Case& c : {Case{root / "folder.toml", root / "folder.toml"},
-                          Case{root / "plain" / "config.toml", root / "plain"}}) {
-        EXPECT_THROW(ConfigFile::update(c.target, [](ConfigFile& file) { addApp(file, "x"); }),
-                     HalywardError)
-            << c.target;
-        EXPECT_THROW(ConfigFile::load(c.target), HalywardError) << c.target;
+    fs::create_directories(root.path / "folder.toml");
+    writeFile(root.path / "plain", "keep");
+    for (const fs::path& target : {root.path / "folder.toml", root.path / "plain" / "config.toml"}) {
+        EXPECT_THROW(ConfigFile::update(target, [](ConfigFile& file) { addApp(file, "x"); }), HalywardError) << target;
+        EXPECT_THROW(ConfigFile::load(target), HalywardError) << target;
     }
-    EXPECT_TRUE(fs::is_directory(root / "folder.toml"));
-    EXPECT_EQ(contents(root / "plain"), "keep");
-
+    EXPECT_TRUE(fs::is_directory(root.path / "folder.toml"));
+    EXPECT_EQ(readFile(root.path / "plain"), "keep");
 }
 
 TEST_F(config_disk, concurrent_updates_never_lose_an_edit) {
@@ -162,7 +137,7 @@ TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
         std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
-        const std::string text = contents(path);
+        const std::string text = readFile(path);
         ASSERT_TRUE(complete.count(text)) << "round " << round << ": " << text.size() << " bytes";
         ASSERT_NO_THROW(ConfigFile{text});
     }

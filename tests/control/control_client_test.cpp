@@ -1,10 +1,9 @@
 #include "halyward/control/control_client.hpp"
 #include "halyward/control/rpc_codec.hpp"
+#include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <thread>
 
@@ -13,17 +12,12 @@
 #include <unistd.h>
 
 using namespace halyward;
-namespace fs = std::filesystem;
 
 namespace {
 
 struct ClientTest : ::testing::Test {
-    std::string folder;
-    void SetUp() override {
-        char pattern[] = "/tmp/hwcli-XXXXXX";
-        folder = ::mkdtemp(pattern);
-    }
-    void TearDown() override { fs::remove_all(folder); }
+    ScratchFolder scratch;
+    std::string folder = scratch.path.string();
 
     // A listening socket at `path` that is never accepted from.
     detail::UniqueFd listenAt(const std::string& path) {
@@ -70,7 +64,7 @@ TEST_F(ClientTest, reports_not_running_when_nothing_listens) {
         detail::UniqueFd dead = detail::makeLocalSocket();
         ASSERT_EQ(detail::bindLocalSocket(dead.get(), stale), 0);
     }
-    std::ofstream(plain) << "x";
+    writeFile(plain, "x");
     for (const std::string& path : {folder + "/none.sock", folder + "/missing/h.sock", stale,
                                     plain, plain + "/h.sock"}) {
         EXPECT_EQ(thrownBy([&] { ControlClient::send(path, {"ping"}, 1); }),

@@ -1,14 +1,12 @@
 #include "halyward/control/control_client.hpp"
 #include "halyward/control/control_server.hpp"
 #include "halyward/control/rpc_codec.hpp"
+#include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -22,16 +20,6 @@ using namespace halyward;
 namespace fs = std::filesystem;
 
 namespace {
-
-// Socket paths must stay short, so the folder lives directly under /tmp.
-struct TempFolder {
-    std::string path;
-    TempFolder() {
-        char pattern[] = "/tmp/hwctl-XXXXXX";
-        path = ::mkdtemp(pattern);
-    }
-    ~TempFolder() { fs::remove_all(path); }
-};
 
 // A handler that echoes its arguments, answers "fail …" with the failure it names, and
 // records whether two calls ever overlapped.
@@ -83,8 +71,8 @@ std::string refusal(const std::string& id, const std::string& message) {
 }
 
 struct ServerTest : ::testing::Test {
-    TempFolder folder;
-    std::string path = folder.path + "/run/halyward.sock";
+    ScratchFolder folder;
+    std::string path = folder / "run/halyward.sock";
     EchoHandler handler;
 };
 
@@ -197,7 +185,7 @@ TEST_F(ServerTest, makes_private_files_and_removes_its_socket) {
         ASSERT_EQ(::stat(path.c_str(), &info), 0);
         EXPECT_TRUE(S_ISSOCK(info.st_mode));
         EXPECT_EQ(info.st_mode & 0777, 0600u);
-        ASSERT_EQ(::stat((folder.path + "/run").c_str(), &info), 0);
+        ASSERT_EQ(::stat((folder / "run").c_str(), &info), 0);
         EXPECT_EQ(info.st_mode & 0777, 0700u);
         server.stop();
         EXPECT_FALSE(fs::exists(path));
@@ -208,7 +196,7 @@ TEST_F(ServerTest, makes_private_files_and_removes_its_socket) {
 }
 
 TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
-    fs::create_directories(folder.path + "/run");
+    fs::create_directories(folder / "run");
     {
         // A server that died without cleaning up leaves its socket file behind.
         detail::UniqueFd dead = detail::makeLocalSocket();
@@ -228,12 +216,12 @@ TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
     }
     EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
 
-    const std::string plain = folder.path + "/notes";
-    std::ofstream(plain) << "keep me";
+    const std::string plain = folder / "notes";
+    writeFile(plain, "keep me");
     const std::pair<std::string, std::string> unusable[] = {
         {plain, "a file that is not a socket is already there"},
         {plain + "/x.sock", "a file is in the way"},
-        {folder.path + "/" + std::string(120, 'n'), "bytes long"},
+        {folder / std::string(120, 'n'), "bytes long"},
     };
     for (const auto& [where, why] : unusable) {
         ControlServer bad(where, handler);
@@ -245,8 +233,7 @@ TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
             EXPECT_NE(error.message.find(why), std::string::npos) << error.message;
         }
     }
-    std::ifstream kept(plain);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "keep me");
+    EXPECT_EQ(readFile(plain), "keep me");
 }
 
 TEST_F(ServerTest, closes_other_users_connections_without_answering) {
@@ -254,7 +241,7 @@ TEST_F(ServerTest, closes_other_users_connections_without_answering) {
     ControlServer server(path, handler);
     server.start();
     // Let the other user through the file permissions, so only the credential check stands.
-    ::chmod((folder.path + "/run").c_str(), 0755);
+    ::chmod((folder / "run").c_str(), 0755);
     ::chmod(folder.path.c_str(), 0755);
     ::chmod(path.c_str(), 0666);
     pid_t child = ::fork();

