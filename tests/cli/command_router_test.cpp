@@ -2,6 +2,8 @@
 #include "halyward/config/config_file.hpp"
 #include "halyward/system/paths.hpp"
 
+#include "support/scratch_folder.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -16,13 +18,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Args = std::vector<std::string>;
-
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
 
 /// A temporary home with a configuration file and a router whose side effects are fakes.
 struct RouterFixture : ::testing::Test {

@@ -5,6 +5,8 @@
 #include "halyward/control/control_client.hpp"
 #include "halyward/system/paths.hpp"
 
+#include "support/scratch_folder.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -27,13 +29,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Args = std::vector<std::string>;
-
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
 
 struct Result {
     int exitCode = -1;

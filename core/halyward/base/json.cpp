@@ -182,7 +182,7 @@ void JSONValue::write(std::string& into) const {
         case Kind::boolean: into += std::get<bool>(storage_) ? "true" : "false"; break;
         case Kind::integer: appendInt(into, std::get<std::int64_t>(storage_)); break;
         case Kind::number: appendJSONDouble(into, std::get<double>(storage_)); break;
-        case Kind::string: into += quoteJSON(std::get<std::string>(storage_)); break;
+        case Kind::string: detail::appendQuotedJSON(into, std::get<std::string>(storage_), detail::JSONQuoting::display); break;
         case Kind::array: {
             into.push_back('[');
             bool first = true;
@@ -200,7 +200,7 @@ void JSONValue::write(std::string& into) const {
             for (const auto& [key, value] : std::get<JSONObject>(storage_)) {
                 if (!first) into.push_back(',');
                 first = false;
-                into += quoteJSON(key);
+                detail::appendQuotedJSON(into, key, detail::JSONQuoting::display);
                 into.push_back(':');
                 value.write(into);
             }
@@ -233,10 +233,9 @@ JSONValue JSONValue::parse(std::string_view text) {
     return parser.handler().take();
 }
 
-std::string quoteJSON(std::string_view s) {
+void detail::appendQuotedJSON(std::string& out, std::string_view s, JSONQuoting quoting) {
     static constexpr char kHex[] = "0123456789abcdef";
-    std::string out;
-    out.reserve(s.size() + 2);
+    const bool wire = quoting == JSONQuoting::wire;
     out.push_back('"');
     std::size_t pos = 0;
     while (pos < s.size()) {
@@ -257,6 +256,9 @@ std::string quoteJSON(std::string_view s) {
             case '\n': out += "\\n"; break;
             case '\r': out += "\\r"; break;
             case '\t': out += "\\t"; break;
+            case '/': out += wire ? "\\/" : "/"; break;
+            case '\b': out += wire ? "\\b" : "\\u0008"; break;
+            case '\f': out += wire ? "\\f" : "\\u000c"; break;
             default:
                 if (c < 0x20) {
                     out += "\\u00";
@@ -269,6 +271,12 @@ std::string quoteJSON(std::string_view s) {
         ++pos;
     }
     out.push_back('"');
+}
+
+std::string quoteJSON(std::string_view s) {
+    std::string out;
+    out.reserve(s.size() + 2);
+    detail::appendQuotedJSON(out, s, detail::JSONQuoting::display);
     return out;
 }
 

@@ -79,6 +79,14 @@ private:
 /// as U+FFFD so the result is always valid JSON.
 std::string quoteJSON(std::string_view text);
 
+namespace detail {
+/// `display` is quoteJSON's form, the one users read. `wire` adds the escapes that the
+/// platforms' standard JSON encoders write ("\/", "\b", "\f"), so either end of the
+/// control protocol may be built on such an encoder.
+enum class JSONQuoting { display, wire };
+void appendQuotedJSON(std::string& out, std::string_view text, JSONQuoting quoting);
+}  // namespace detail
+
 /// Appends the shortest decimal text that reads back as the same double; whole values
 /// below 2^63 in magnitude are written as integers, non-finite ones as nan, inf, -inf.
 void appendJSONDouble(std::string& into, double value);

@@ -18,47 +18,10 @@ namespace RPCCodec {
 
 namespace {
 
-// Strings on the wire are escaped the way the platforms' standard JSON encoders do it:
-// short escapes where JSON has them, \u00xx for other control characters and "\/" for
-// the slash, so either end may be built on such an encoder. quoteJSON differs on purpose:
-// its output is what users read.
+// Strings on the wire carry the standard encoders' escapes; quoteJSON differs on purpose,
+// since its output is what users read.
 void appendWireString(std::string& out, std::string_view s) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    out.push_back('"');
-    std::size_t pos = 0;
-    while (pos < s.size()) {
-        unsigned char c = static_cast<unsigned char>(s[pos]);
-        if (c >= 0x80) {
-            text::Scalar scalar = text::decodeAt(s, pos);
-            if (scalar.length == 1) {
-                out += "\xEF\xBF\xBD";
-            } else {
-                out.append(s.substr(pos, scalar.length));
-            }
-            pos += scalar.length;
-            continue;
-        }
-        switch (c) {
-            case '"': out += "\\\""; break;
-            case '\\': out += "\\\\"; break;
-            case '/': out += "\\/"; break;
-            case '\b': out += "\\b"; break;
-            case '\f': out += "\\f"; break;
-            case '\n': out += "\\n"; break;
-            case '\r': out += "\\r"; break;
-            case '\t': out += "\\t"; break;
-            default:
-                if (c < 0x20) {
-                    out += "\\u00";
-                    out.push_back(kHex[c >> 4]);
-                    out.push_back(kHex[c & 0xF]);
-                } else {
-                    out.push_back(static_cast<char>(c));
-                }
-        }
-        ++pos;
-    }
-    out.push_back('"');
+    detail::appendQuotedJSON(out, s, detail::JSONQuoting::wire);
 }
 
 void appendKey(std::string& out, std::string_view key) {
