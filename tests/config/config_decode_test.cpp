@@ -42,8 +42,8 @@ TEST(config_decode, wrong_kinds_and_missing_keys_take_defaults) {
          [](auto& c) { return !c.general.launchAtLogin && c.general.checkForUpdates; }},
         // The later value wins even when it is of the wrong kind, which means the default.
         {"[general]\nleader_key = \"a\"\nleader_key = 1", [](auto& c) { return c.general.leaderKey.empty(); }},
-        {"[general]\nagent_command = [\"claude\", 1, \"--x\"]",
-         [](auto& c) { return c.general.agentCommand == std::vector<std::string>{"claude", "--x"}; }},
+        {"[general]\nagent_command = [\"agent\", 1, \"--x\"]",
+         [](auto& c) { return c.general.agentCommand == std::vector<std::string>{"agent", "--x"}; }},
         {"[tile_hotkeys]\nfill = \"ctrl+f\"\nfocus_up = true",
          [](auto& c) { return c.general.tileHotkeys == std::map<std::string, std::string>{{"fill", "ctrl+f"}}; }},
         {"version = 2.0\n[agents]\ninstalled = \"x\"\ncustom_folders = [\"/a\", []]",

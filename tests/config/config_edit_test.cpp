@@ -81,7 +81,7 @@ TEST(config_edit, general_settings_update_in_place_and_append_what_is_missing) {
     general.tileHotkeys.erase("focus_h");
     general.tileHotkeys["aa_new"] = "ctrl+opt+0";
     general.tileHotkeys["zz_new"] = "ctrl+opt+9";
-    general.agentCommand = {"claude", "--yes"};
+    general.agentCommand = {"agent", "--yes"};
     file.setGeneral(general);
 
     std::string expected(ConfigFile::defaultText());
@@ -91,7 +91,7 @@ TEST(config_edit, general_settings_update_in_place_and_append_what_is_missing) {
         expected.replace(at, from.size(), to);
     };
     replace("tile_gap = 0\n", "tile_gap = 8.5\n");
-    replace("agent_command = []", "agent_command = [\"claude\", \"--yes\"]");
+    replace("agent_command = []", "agent_command = [\"agent\", \"--yes\"]");
     // The new general key lands after the comment block that introduces [tile_hotkeys].
     replace("rightbracket.\n[tile_hotkeys]\n", "rightbracket.\nwindow_style = \"standard\"\n[tile_hotkeys]\n");
     replace("focus_h = \"ctrl+opt+h\"\n", "");

@@ -21,7 +21,7 @@ TEST(config_peer, every_edit_reads_back_through_tomllib) {
              GeneralConfig general = f.decode().general;
              general.tileGap = 12.25;
              general.leaderKey = awkward;
-             general.agentCommand = {"claude", awkward, ""};
+             general.agentCommand = {"agent", awkward, ""};
              general.tileHotkeys.erase("fill");
              general.tileHotkeys["my action"] = "ctrl+opt+\\";
              f.setGeneral(general);
