@@ -14,6 +14,11 @@ pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 if(NOT TARGET halyward_warnings)
   add_library(halyward_warnings INTERFACE)
   target_compile_options(halyward_warnings INTERFACE -Wall -Wextra)
+  # GCC 12 reports impossible overlaps in std::string concatenation at -O3 (its bug 105329,
+  # fixed in GCC 13); the warning is silenced there only, so release builds keep -Werror.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(halyward_warnings INTERFACE -Wno-restrict)
+  endif()
   if(HALYWARD_WERROR)
     target_compile_options(halyward_warnings INTERFACE -Werror)
   endif()

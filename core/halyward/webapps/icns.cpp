@@ -1,6 +1,7 @@
 #include "halyward/webapps/icns.hpp"
 
 #include <limits>
+#include <string_view>
 
 namespace halyward {
 
@@ -45,9 +46,9 @@ std::vector<std::uint8_t> file(
         kept.push_back(&pair);
     }
 
-    std::vector<std::uint8_t> out;
+    constexpr std::string_view magic = "icns";
+    std::vector<std::uint8_t> out(magic.begin(), magic.end());
     out.reserve(static_cast<std::size_t>(total));
-    out.insert(out.end(), {'i', 'c', 'n', 's'});
     appendBigEndian32(out, static_cast<std::uint32_t>(total));
     for (const auto* pair : kept) {
         out.insert(out.end(), pair->first.begin(), pair->first.end());
