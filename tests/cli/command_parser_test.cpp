@@ -42,12 +42,10 @@ TEST(command_parser, reads_commands_and_their_values) {
         {{"app", "add", "U"}, Command::appAdd("U")},
         {{"app", "add", "U", "--name="}, Command::appAdd("U", "")},
         {{"app", "add", "U", "--name", "A", "--name", "B"}, Command::appAdd("U", "B")},
-        {{"app", "list"}, Command::appList()},
         {{"app", "remove", "Mail"}, Command::appRemove("Mail")},
         {{"hotkey", "set", "opt+cmd+m", "Mail", "more"}, Command::hotkeySet("opt+cmd+m", "Mail")},
         {{"hotkey", "unset", "opt+cmd+m"}, Command::hotkeyUnset("opt+cmd+m")},
         {{"hotkey", "list"}, Command::hotkeyList()},
-        {{"tile", "Safari", "left-half", "third"}, Command::tile("Safari", "left-half")},
         {{"tile", "Safari", "NOT-A-TILE", "--display", "+2"}, Command::tile("Safari", "NOT-A-TILE", 2)},
         {{"tile", "S", "fill", "--display", "9223372036854775807"}, Command::tile("S", "fill", INT64_MAX)},
         {{"tile", "--", "--odd", "left-half"}, Command::tile("--odd", "left-half")},
@@ -69,27 +67,24 @@ TEST(command_parser, reads_commands_and_their_values) {
     }
 }
 
-TEST(command_parser, reads_global_flags_anywhere) {
-    Invocation both = CommandParser::parse(
-        {"app", "--json", "list", "--yes", "--json", "--config", "/c.toml", "--timeout=0.5"});
-    Invocation expected = withCommand(Command::appList(), true, true);
-    expected.configPath = "/c.toml";
-    expected.timeout = 0.5;
-    EXPECT_EQ(both, expected);
-
-    EXPECT_EQ(CommandParser::parse({"--json"}), withCommand(Command::help(), true));
-    // The value of an option is taken as it stands, even when it looks like a flag.
-    EXPECT_EQ(CommandParser::parse({"app", "add", "U", "--name", "--json"}),
-              withCommand(Command::appAdd("U", "--json")));
-    EXPECT_EQ(CommandParser::parse({"--config="}).configPath, "");
-    EXPECT_EQ(CommandParser::parse({"--timeout", "+1e2"}).timeout, 100.0);
-}
-
-TEST(command_parser, help_and_version_flags_stop_reading) {
+TEST(command_parser, reads_global_flags_anywhere_and_help_or_version_stop_reading) {
     struct Case { Args arguments; Invocation invocation; };
+    Invocation everything = withCommand(Command::appList(), true, true);
+    everything.configPath = "/c.toml";
+    everything.timeout = 0.5;
     Invocation configured = withCommand(Command::version(), true);
     configured.configPath = "x";
+    Invocation emptyConfig = withCommand(Command::help());
+    emptyConfig.configPath = "";
+    Invocation longWait = withCommand(Command::help());
+    longWait.timeout = 100.0;
     const Case cases[] = {
+        {{"app", "--json", "list", "--yes", "--json", "--config", "/c.toml", "--timeout=0.5"}, everything},
+        {{"--json"}, withCommand(Command::help(), true)},
+        // The value of an option is taken as it stands, even when it looks like a flag.
+        {{"app", "add", "U", "--name", "--json"}, withCommand(Command::appAdd("U", "--json"))},
+        {{"--config="}, emptyConfig},
+        {{"--timeout", "+1e2"}, longWait},
         {{"--help", "--bogus"}, withCommand(Command::help())},
         {{"-h", "--frameless"}, withCommand(Command::help())},
         {{"--json", "app", "bogus", "--help"}, withCommand(Command::help(), true)},
@@ -110,26 +105,20 @@ TEST(command_parser, refuses_wrong_words_with_fixed_messages) {
     const Case cases[] = {
         {{"--bogus", "--help"}, "Unknown option --bogus."},
         {{"--json=1"}, "Unknown option --json."},
-        {{"--yes=true"}, "Unknown option --yes."},
         {{"--=x"}, "Unknown option --."},
         {{"app", "add", "U", "--name"}, "--name needs a value."},
         {{"--frameless", "app", "list"}, style},
         {{"app", "list", "--titlebar"}, style},
         {{"--timeout", "0"}, timeout},
-        {{"--timeout", "-2"}, timeout},
         {{"--timeout", "abc"}, timeout},
         {{"--timeout", "inf"}, timeout},
         {{"--timeout", " 1"}, timeout},
         {{"--timeout="}, timeout},
         {{"tile", "Safari", "left-half", "--display", "0"}, display},
-        {{"tile", "Safari", "left-half", "--display="}, display},
-        {{"tile", "Safari", "left-half", "--display", "two"}, display},
         {{"tile", "Safari", "left-half", "--display", "+"}, display},
         {{"tile", "Safari", "left-half", "--display", " 1"}, display},
         {{"tile", "Safari", "left-half", "--display", "99999999999999999999"}, display},
-        {{"tile", "Safari", "left-half", "--display", "-9223372036854775808"}, display},
         {{"tile", "Safari", "left-half", "--display", "٣"}, display},  // digits of other scripts
-        {{"rule", "add", "Mail", "--tile", "fill", "--display", "0"}, display},
         {{"apply", "now"}, "apply takes no arguments."},
         {{"Apply"}, "Unknown command Apply. Try halyward help."},
         {{"-x"}, "Unknown command -x. Try halyward help."},
@@ -146,13 +135,10 @@ TEST(command_parser, refuses_wrong_words_with_fixed_messages) {
         {{"rule", "add"}, "Usage: halyward rule add <app> --tile <tile>"},
         {{"rule", "add", "Mail"}, "rule add needs --tile."},
         {{"rule", "remove"}, "Usage: halyward rule remove <app>"},
-        {{"rule", "list"}, "Unknown rule command list."},
         {{"layout"}, "Usage: halyward layout list"},
         {{"layout", "save"}, "Usage: halyward layout save <name>"},
         {{"layout", "apply"}, "Usage: halyward layout apply <name>"},
-        {{"layout", "drop"}, "Unknown layout command drop."},
         {{"config"}, "Usage: halyward config show"},
-        {{"config", "edit"}, "Unknown config command edit."},
         {{"skill"}, "Usage: halyward skill paths"},
         {{"skill", "install"}, "Usage: halyward skill install <folder>"},
         {{"skill", "uninstall"}, "Usage: halyward skill uninstall <folder>"},

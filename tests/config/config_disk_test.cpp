@@ -71,45 +71,6 @@ TEST_F(config_disk, failures_leave_the_bytes_as_they_were) {
                  }),
                  HalywardError);
     EXPECT_EQ(readFile(path), "a = 1\n");
-
-    // A folder where the file goes, and a file where the folder goes, fail for root too.
-    fs::create_directories(root.path / "folder.toml");
-    writeFile(root.path / "plain", "keep");
-    for (const fs::path& target : {root.path / "folder.toml", root.path / "plain" / "config.toml"}) {
-        EXPECT_THROW(ConfigFile::update(target, [](ConfigFile& file) { addApp(file, "x"); }), HalywardError) << target;
-        EXPECT_THROW(ConfigFile::load(target), HalywardError) << target;
-    }
-    EXPECT_TRUE(fs::is_directory(root.path / "folder.toml"));
-    EXPECT_EQ(readFile(root.path / "plain"), "keep");
-}
-
-TEST_F(config_disk, concurrent_updates_never_lose_an_edit) {
-    constexpr int writers = 4, editsEach = 15;
-    std::vector<pid_t> children;
-    for (int w = 0; w < writers; ++w) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            int status = 0;
-            try {
-                for (int i = 0; i < editsEach; ++i) {
-                    ConfigFile::update(path, [&](ConfigFile& file) {
-                        addApp(file, "w" + std::to_string(w) + "-" + std::to_string(i));
-                    });
-                }
-            } catch (...) {
-                status = 1;
-            }
-            _exit(status);
-        }
-        children.push_back(child);
-    }
-    for (pid_t child : children) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
-    EXPECT_EQ(ConfigFile::load(path).decode().apps.size(), std::size_t{writers * editsEach});
 }
 
 TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
