@@ -36,10 +36,12 @@ std::string homeFolder() {
     return home;
 }
 
+#ifndef __APPLE__
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
     return value ? value : "";
 }
+#endif
 
 bool askOnTerminal(std::string_view question) {
     std::fprintf(stderr, "%.*s [y/N] ", static_cast<int>(question.size()), question.data());
@@ -77,7 +79,11 @@ int main(int argc, char** argv) {
             home, static_cast<std::int64_t>(controlSocketPathLimit()));
         return ControlClient::send(socket, forwarded, timeout);
     };
-#ifndef __APPLE__
+#ifdef __APPLE__
+    context.findApplication = [home](std::string_view name) {
+        return findBundleApplication(name, bundleApplicationFolders(home));
+    };
+#else
     context.findApplication = [home](std::string_view name) {
         return findDesktopApplication(
             name, desktopDataFolders(home, environment("XDG_DATA_HOME"), environment("XDG_DATA_DIRS")));

@@ -10,6 +10,7 @@ find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 
 if(NOT TARGET halyward_warnings)
   add_library(halyward_warnings INTERFACE)

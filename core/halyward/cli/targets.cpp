@@ -3,7 +3,12 @@
 #include "halyward/base/error.hpp"
 #include "halyward/text/text.hpp"
 
+#include <plist/plist.h>
+
+#include <cstdlib>
 #include <filesystem>
+#include <iterator>
+#include <memory>
 #include <fstream>
 #include <set>
 #include <system_error>
@@ -58,6 +63,45 @@ std::optional<std::string> desktopEntryName(const fs::path& file) {
         if (key == "Hidden" && value == "true") return std::nullopt;
     }
     return name;
+}
+
+
+// Info.plist files of real bundles are a few kilobytes; a larger file is not one.
+constexpr std::uintmax_t kMaxInfoPlistBytes = 1 << 20;
+
+struct PlistDeleter {
+    void operator()(plist_t node) const { plist_free(node); }
+};
+using PlistPtr = std::unique_ptr<void, PlistDeleter>;
+
+std::optional<std::string> plistString(plist_t dictionary, const char* key) {
+    plist_t node = plist_dict_get_item(dictionary, key);
+    if (!node || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
+    char* raw = nullptr;
+    plist_get_string_val(node, &raw);
+    if (!raw) return std::nullopt;
+    std::string value(raw);
+    std::free(raw);  // allocated with malloc by libplist
+    return value;
+}
+
+std::optional<InstalledApplication> bundleAt(const fs::path& bundle) {
+    const fs::path info = bundle / "Contents" / "Info.plist";
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(info, error);
+    if (error || size > kMaxInfoPlistBytes) return std::nullopt;
+    std::ifstream in(info, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    plist_t raw = nullptr;
+    plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &raw);
+    const PlistPtr root(raw);
+    if (!root || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;
+    std::optional<std::string> identifier = plistString(root.get(), "CFBundleIdentifier");
+    if (!identifier || identifier->empty()) return std::nullopt;
+    std::optional<std::string> name = plistString(root.get(), "CFBundleDisplayName");
+    if (!name || name->empty()) name = plistString(root.get(), "CFBundleName");
+    if (!name || name->empty()) name = bundle.stem().string();
+    return InstalledApplication{*name, *identifier};
 }
 
 }  // namespace
@@ -167,6 +211,28 @@ std::vector<std::string> desktopDataFolders(std::string_view home, std::string_v
         xdgDataDirs.remove_prefix(colon + 1);
     }
     return folders;
+}
+
+std::optional<InstalledApplication> findBundleApplication(
+    std::string_view name, const std::vector<std::string>& applicationFolders) {
+    const std::string wanted = text::lowercased(text::trim(name)) + ".app";
+    if (wanted == ".app") return std::nullopt;
+    for (const std::string& folder : applicationFolders) {
+        std::error_code error;
+        for (fs::directory_iterator it(folder, fs::directory_options::skip_permission_denied, error), end;
+             !error && it != end; it.increment(error)) {
+            const std::string entry = it->path().filename().string();
+            if (text::lowercased(entry) == wanted) {
+                if (auto found = bundleAt(it->path())) return found;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> bundleApplicationFolders(std::string_view home) {
+    return {"/Applications", "/Applications/Utilities", "/System/Applications",
+            "/System/Applications/Utilities", std::string(home) + "/Applications"};
 }
 
 }  // namespace halyward

@@ -68,4 +68,14 @@ std::optional<InstalledApplication> findDesktopApplication(
 std::vector<std::string> desktopDataFolders(std::string_view home, std::string_view xdgDataHome,
                                             std::string_view xdgDataDirs);
 
+/// Finds an application bundle by name in `applicationFolders` (searched in order): a
+/// folder "<name>.app", compared
+/// ignoring case, whose Contents/Info.plist (XML or binary) has a CFBundleIdentifier. The
+/// name shown is CFBundleDisplayName, else CFBundleName, else the folder's own name.
+std::optional<InstalledApplication> findBundleApplication(
+    std::string_view name, const std::vector<std::string>& applicationFolders);
+
+/// The folders macOS keeps applications in, the user's own last.
+std::vector<std::string> bundleApplicationFolders(std::string_view home);
+
 }  // namespace halyward
