@@ -44,5 +44,6 @@
 #include "halyward/web/badge.hpp"
 #include "halyward/web/downloads.hpp"
 #include "halyward/web/link_policy.hpp"
+#include "halyward/webapps/application_id.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/icns.hpp"
