@@ -1,0 +1,249 @@
+#pragma once
+// A platform that records what the host asks of it and lets a test fire the events a
+// toolkit would send. Every fake object registers itself with the platform while it lives,
+// so a test can also check that nothing is left behind.
+
+#include "halyward/host/platform.hpp"
+
+#include <algorithm>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace halyward::fakes {
+
+class FakePlatform;
+
+template <typename T>
+void unregister(std::vector<T*>& live, T* object) {
+    live.erase(std::remove(live.begin(), live.end(), object), live.end());
+}
+
+class FakeConfiguration : public PlatformWebViewConfiguration {
+public:
+    bool canOpenWindows = false;
+    std::optional<std::string> dataStore;
+    std::vector<std::string> userScripts;
+    std::map<std::string, std::function<void(const ScriptMessage&)>> handlers;
+
+    void setJavaScriptCanOpenWindowsAutomatically(bool allowed) override { canOpenWindows = allowed; }
+    void setWebsiteDataStore(const std::string& identifier) override { dataStore = identifier; }
+    void addUserScript(const std::string& source) override { userScripts.push_back(source); }
+    void setScriptMessageHandler(const std::string& name,
+                                 std::function<void(const ScriptMessage&)> handler) override {
+        if (handler) {
+            handlers[name] = std::move(handler);
+        } else {
+            handlers.erase(name);
+        }
+    }
+    void post(const ScriptMessage& message) {
+        const auto found = handlers.find(message.name);
+        if (found == handlers.end()) return;
+        const auto handler = found->second;  // the handler may remove itself
+        handler(message);
+    }
+};
+
+class FakeWebView : public PlatformWebView {
+public:
+    FakeWebView(FakePlatform& platform, PlatformWebViewConfiguration& configuration);
+    ~FakeWebView() override;
+
+    FakePlatform& platform;
+    PlatformWebViewConfiguration* configuration;
+    WebViewDelegate* delegate = nullptr;
+    std::vector<std::pair<std::string, double>> loads;
+    int reloads = 0, backs = 0, forwards = 0, focuses = 0;
+    std::optional<std::string> url;
+    std::optional<std::string> userAgent;
+    bool swipeGestures = false;
+
+    void setDelegate(WebViewDelegate* d) override { delegate = d; }
+    void load(const std::string& address, double timeout) override { loads.emplace_back(address, timeout); }
+    void reload() override { ++reloads; }
+    void goBack() override { ++backs; }
+    void goForward() override { ++forwards; }
+    std::optional<std::string> currentURL() const override { return url; }
+    std::string title() const override { return {}; }
+    void setCustomUserAgent(const std::string& agent) override { userAgent = agent; }
+    void setAllowsBackForwardNavigationGestures(bool allowed) override { swipeGestures = allowed; }
+    void focus() override { ++focuses; }
+
+    // Events go to whatever delegate is set now, as a toolkit sends them.
+    NavigationVerdict navigate(std::string target, bool mainFrame = true, bool linkActivated = true) {
+        NavigationAction action;
+        action.hasURL = !target.empty();
+        action.targetURL = std::move(target);
+        action.targetIsMainFrame = mainFrame;
+        action.linkActivated = linkActivated;
+        return delegate ? delegate->decideNavigationAction(*this, action) : NavigationVerdict::allow;
+    }
+    PlatformWebView* openWindow(const std::string& target, PlatformWebViewConfiguration& with) {
+        return delegate ? delegate->createWebView(*this, with, NewWindowRequest{target, !target.empty()})
+                        : nullptr;
+    }
+    void closeByScript() {
+        if (delegate) delegate->webViewDidClose(*this);
+    }
+    void setTitle(const std::string& title) {
+        if (delegate) delegate->titleChanged(*this, title);
+    }
+};
+
+class FakeWindow : public PlatformWindow {
+public:
+    FakeWindow(FakePlatform& platform, WindowOptions spec);
+    ~FakeWindow() override;
+
+    FakePlatform& platform;
+    WindowOptions spec;
+    WindowDelegate* delegate = nullptr;
+    std::string title;
+    bool key = true;
+    int centers = 0, fronts = 0, slimTreatments = 0, closes = 0, miniaturizes = 0, zooms = 0;
+    PlatformWebView* content = nullptr;
+    std::optional<SlimBarContent> slimBar;  // none under the standard chrome
+    int chromeInstalls = 0;
+    std::optional<std::string> addressField;  // shown, with this text
+
+    void setDelegate(WindowDelegate* d) override { delegate = d; }
+    void setTitle(const std::string& t) override { title = t; }
+    void center() override { ++centers; }
+    void makeKeyAndOrderFront() override { ++fronts; }
+    bool isKey() const override { return key; }
+    // Like the toolkits, closing tells the delegate before the window goes.
+    void close() override {
+        ++closes;
+        if (delegate) delegate->windowWillClose(*this);
+    }
+    void miniaturize() override { ++miniaturizes; }
+    void zoom() override { ++zooms; }
+    void applySlimTreatment() override { ++slimTreatments; }
+    void installSlimChrome(PlatformWebView& webView, const SlimBarContent& bar) override {
+        content = &webView;
+        slimBar = bar;
+        ++chromeInstalls;
+    }
+    void installStandardChrome(PlatformWebView& webView) override {
+        content = &webView;
+        slimBar.reset();
+        ++chromeInstalls;
+    }
+    void updateSlimBar(const SlimBarContent& bar) override { slimBar = bar; }
+    void showAddressField(const std::string& text) override { addressField = text; }
+    void hideAddressField() override { addressField.reset(); }
+
+    bool press(std::uint32_t modifiers, std::string characters) {
+        return delegate && delegate->handleKey(*this, KeyEvent{modifiers, std::move(characters)});
+    }
+};
+
+class FakeWatch : public FileWatch {
+public:
+    FakeWatch(FakePlatform& platform, std::string path, std::function<void()> changed);
+    ~FakeWatch() override;
+    FakePlatform& platform;
+    std::string path;
+    std::function<void()> changed;
+};
+
+class FakePlatform : public Platform {
+public:
+    // Tasks may hold fake objects that unregister themselves from the lists below.
+    ~FakePlatform() override { tasks.clear(); }
+
+    std::string home;
+    bool canWatch = true;
+    std::set<std::string> schemesWithHandler{"http", "https", "mailto", "tel"};
+    std::optional<std::string> doubleClickPreference;
+
+    std::vector<std::vector<Menu>> menus;
+    std::vector<std::pair<std::string, std::string>> alerts;
+    int terminations = 0;
+    std::vector<std::string> opened;
+    std::vector<std::optional<std::string>> clipboard;
+    std::vector<std::tuple<std::string, std::string, std::string>> notifications;
+    std::vector<std::int64_t> badges;
+    std::deque<std::function<void()>> tasks;
+
+    std::vector<FakeWebView*> webViews;
+    std::vector<FakeWindow*> windows;
+    std::vector<FakeWatch*> watches;
+
+    std::unique_ptr<PlatformWebViewConfiguration> makeWebViewConfiguration() override {
+        return std::make_unique<FakeConfiguration>();
+    }
+    std::unique_ptr<PlatformWebView> makeWebView(PlatformWebViewConfiguration& c) override {
+        return std::make_unique<FakeWebView>(*this, c);
+    }
+    std::unique_ptr<PlatformWindow> makeWindow(const WindowOptions& spec) override {
+        return std::make_unique<FakeWindow>(*this, spec);
+    }
+    void installMainMenu(const std::vector<Menu>& m) override { menus.push_back(m); }
+    void runModalAlert(const std::string& message, const std::string& informative) override {
+        alerts.emplace_back(message, informative);
+    }
+    void terminate() override { ++terminations; }
+    bool hasHandler(std::string_view url) override {
+        const auto colon = url.find(':');
+        return colon != std::string_view::npos && schemesWithHandler.count(std::string(url.substr(0, colon)));
+    }
+    void openExternally(const std::string& url) override { opened.push_back(url); }
+    void setClipboardText(const std::optional<std::string>& text) override { clipboard.push_back(text); }
+    void postNotification(const std::string& id, const std::string& title, const std::string& body) override {
+        notifications.emplace_back(id, title, body);
+    }
+    void setBadgeCount(std::int64_t count) override { badges.push_back(count); }
+    std::unique_ptr<FileWatch> watchFile(const std::string& path, std::function<void()> changed) override {
+        if (!canWatch) return nullptr;
+        return std::make_unique<FakeWatch>(*this, path, std::move(changed));
+    }
+    void postTask(std::function<void()> task) override { tasks.push_back(std::move(task)); }
+    std::string homeDirectory() const override { return home; }
+    std::optional<std::string> titlebarDoubleClickPreference() const override { return doubleClickPreference; }
+
+    // Runs the main loop until it is idle.
+    void runTasks() {
+        while (!tasks.empty()) {
+            auto task = std::move(tasks.front());
+            tasks.pop_front();
+            task();
+        }
+    }
+    // The configuration file changed: every watch still open hears of it.
+    void fireConfigChange() {
+        std::vector<std::function<void()>> handlers;
+        for (FakeWatch* watch : watches) handlers.push_back(watch->changed);
+        for (const auto& handler : handlers) handler();
+    }
+    FakeWindow* windowShowing(const PlatformWebView* view) const {
+        for (FakeWindow* window : windows) {
+            if (window->content == view) return window;
+        }
+        return nullptr;
+    }
+};
+
+inline FakeWebView::FakeWebView(FakePlatform& p, PlatformWebViewConfiguration& c)
+    : platform(p), configuration(&c) {
+    platform.webViews.push_back(this);
+}
+inline FakeWebView::~FakeWebView() { unregister(platform.webViews, this); }
+inline FakeWindow::FakeWindow(FakePlatform& p, WindowOptions s) : platform(p), spec(std::move(s)), title(spec.title) {
+    platform.windows.push_back(this);
+}
+inline FakeWindow::~FakeWindow() { unregister(platform.windows, this); }
+inline FakeWatch::FakeWatch(FakePlatform& p, std::string watched, std::function<void()> handler)
+    : platform(p), path(std::move(watched)), changed(std::move(handler)) {
+    platform.watches.push_back(this);
+}
+inline FakeWatch::~FakeWatch() { unregister(platform.watches, this); }
+
+}  // namespace halyward::fakes
