@@ -36,7 +36,9 @@ void BM_control_ping_round_trip(benchmark::State& state) {
     }
     std::filesystem::remove_all(folder);
 }
-BENCHMARK(BM_control_ping_round_trip)->Unit(benchmark::kMicrosecond)->Repetitions(5)
+BENCHMARK(BM_control_ping_round_trip)
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)
     ->ReportAggregatesOnly(true);
 
 }  // namespace

@@ -1,5 +1,5 @@
-#include "halyward/base/error.hpp"
 #include "halyward/cli/command_parser.hpp"
+#include "halyward/base/error.hpp"
 #include "halyward/cli/help_text.hpp"
 #include "halyward/tiling/tile_slot.hpp"
 
@@ -25,7 +25,10 @@ Invocation withCommand(Command command, bool json = false, bool yes = false) {
 }  // namespace
 
 TEST(command_parser, reads_commands_and_their_values) {
-    struct Case { Args arguments; Command command; };
+    struct Case {
+        Args arguments;
+        Command command;
+    };
     const Case cases[] = {
         {{}, Command::help()},
         {{"help", "app"}, Command::help()},
@@ -46,8 +49,10 @@ TEST(command_parser, reads_commands_and_their_values) {
         {{"hotkey", "set", "opt+cmd+m", "Mail", "more"}, Command::hotkeySet("opt+cmd+m", "Mail")},
         {{"hotkey", "unset", "opt+cmd+m"}, Command::hotkeyUnset("opt+cmd+m")},
         {{"hotkey", "list"}, Command::hotkeyList()},
-        {{"tile", "Safari", "NOT-A-TILE", "--display", "+2"}, Command::tile("Safari", "NOT-A-TILE", 2)},
-        {{"tile", "S", "fill", "--display", "9223372036854775807"}, Command::tile("S", "fill", INT64_MAX)},
+        {{"tile", "Safari", "NOT-A-TILE", "--display", "+2"},
+         Command::tile("Safari", "NOT-A-TILE", 2)},
+        {{"tile", "S", "fill", "--display", "9223372036854775807"},
+         Command::tile("S", "fill", INT64_MAX)},
         {{"tile", "--", "--odd", "left-half"}, Command::tile("--odd", "left-half")},
         {{"rule", "add", "Mail", "--tile", "fill", "--display=3", "--title", "^In"},
          Command::ruleAdd("Mail", "fill", 3, "^In")},
@@ -68,7 +73,10 @@ TEST(command_parser, reads_commands_and_their_values) {
 }
 
 TEST(command_parser, reads_global_flags_anywhere_and_help_or_version_stop_reading) {
-    struct Case { Args arguments; Invocation invocation; };
+    struct Case {
+        Args arguments;
+        Invocation invocation;
+    };
     Invocation everything = withCommand(Command::appList(), true, true);
     everything.configPath = "/c.toml";
     everything.timeout = 0.5;
@@ -79,7 +87,8 @@ TEST(command_parser, reads_global_flags_anywhere_and_help_or_version_stop_readin
     Invocation longWait = withCommand(Command::help());
     longWait.timeout = 100.0;
     const Case cases[] = {
-        {{"app", "--json", "list", "--yes", "--json", "--config", "/c.toml", "--timeout=0.5"}, everything},
+        {{"app", "--json", "list", "--yes", "--json", "--config", "/c.toml", "--timeout=0.5"},
+         everything},
         {{"--json"}, withCommand(Command::help(), true)},
         // The value of an option is taken as it stands, even when it looks like a flag.
         {{"app", "add", "U", "--name", "--json"}, withCommand(Command::appAdd("U", "--json"))},
@@ -97,7 +106,10 @@ TEST(command_parser, reads_global_flags_anywhere_and_help_or_version_stop_readin
 }
 
 TEST(command_parser, refuses_wrong_words_with_fixed_messages) {
-    struct Case { Args arguments; std::string message; };
+    struct Case {
+        Args arguments;
+        std::string message;
+    };
     const std::string timeout = "--timeout needs a positive number of seconds.";
     const std::string display = "Display numbers start at 1.";
     const std::string style =
@@ -159,8 +171,9 @@ TEST(help_text, opens_with_tagline_and_lists_every_tile) {
     std::string_view text = HelpText::text();
     EXPECT_TRUE(text.starts_with("halyward — "));
     EXPECT_EQ(text.find('\n'), text.find("\n\nUsage:\n  halyward app add <url>"));
-    EXPECT_TRUE(text.ends_with("[tile_hotkeys] in config.toml. [ and ] are stored as\n"
-                               "leftbracket and rightbracket.\n"));
+    EXPECT_TRUE(
+        text.ends_with("[tile_hotkeys] in config.toml. [ and ] are stored as\n"
+                       "leftbracket and rightbracket.\n"));
     // Hidden commands stay out of the help.
     EXPECT_EQ(text.find("skill"), std::string_view::npos);
     EXPECT_EQ(text.find("ping"), std::string_view::npos);
@@ -172,6 +185,7 @@ TEST(help_text, opens_with_tagline_and_lists_every_tile) {
     }
     std::string tiles(text.substr(text.find("Tiles: ") + 7));
     tiles = tiles.substr(0, tiles.find(".\n"));
-    for (auto& c : tiles) if (c == '\n') c = ' ';
+    for (auto& c : tiles)
+        if (c == '\n') c = ' ';
     EXPECT_EQ(tiles, listed);
 }

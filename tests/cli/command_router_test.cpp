@@ -39,7 +39,9 @@ struct RouterFixture : ::testing::Test {
         };
     }
 
-    void writeConfig(const std::string& extra) { writeFile(config, std::string(ConfigFile::defaultText()) + extra); }
+    void writeConfig(const std::string& extra) {
+        writeFile(config, std::string(ConfigFile::defaultText()) + extra);
+    }
     CommandOutput run(const Args& arguments) { return CommandRouter(context).run(arguments); }
     HalywardConfig decoded() { return ConfigFile::load(config).decode(); }
 };
@@ -49,16 +51,18 @@ const char* kMailApp = "\n[apps.mail]\nurl = \"https://mail.example\"\nname = \"
 }  // namespace
 
 TEST_F(RouterFixture, removals_need_yes_or_a_yes_from_the_user) {
-    writeConfig(std::string(kMailApp) + "\n[hotkeys]\n\"ctrl+shift+s\" = \"com.example.s\"\n"
+    writeConfig(std::string(kMailApp) +
+                "\n[hotkeys]\n\"ctrl+shift+s\" = \"com.example.s\"\n"
                 "\n[rules.s]\nbundle = \"com.example.s\"\ntile = \"fill\"\n");
     const std::string before = readFile(config);
-    for (const Args& removal : {Args{"app", "remove", "Mail"}, Args{"hotkey", "unset", "ctrl+shift+s"},
-                                Args{"rule", "remove", "com.example.s"},
-                                Args{"skill", "uninstall", "x"}}) {
+    for (const Args& removal :
+         {Args{"app", "remove", "Mail"}, Args{"hotkey", "unset", "ctrl+shift+s"},
+          Args{"rule", "remove", "com.example.s"}, Args{"skill", "uninstall", "x"}}) {
         for (bool interactive : {false, true}) {
             context.interactive = interactive;
             const CommandOutput output = run(removal);
-            EXPECT_EQ(output, (CommandOutput{7, "Pass --yes to confirm.", JSONObject{{"code", "cancelled"}}}))
+            EXPECT_EQ(output, (CommandOutput{7, "Pass --yes to confirm.",
+                                             JSONObject{{"code", "cancelled"}}}))
                 << removal[0] << " " << removal[1];
         }
     }
@@ -89,7 +93,11 @@ TEST_F(RouterFixture, app_remove_deletes_the_bundle_folder_but_only_inside_the_a
 
 TEST_F(RouterFixture, hotkey_set_validates_resolves_and_refuses_taken_chords) {
     writeConfig(std::string(kMailApp) + "\n[hotkeys]\n\"shift+cmd+s\" = \"com.example.s\"\n");
-    struct Case { Args arguments; int exitCode; std::string inMessage; };
+    struct Case {
+        Args arguments;
+        int exitCode;
+        std::string inMessage;
+    };
     const Case cases[] = {
         {{"hotkey", "set", "cmd+opt+m", "Mail"}, 0, "opt+cmd+m now brings up “Mail”"},
         {{"hotkey", "set", "opt+cmd+m", "app.halyward.web.mail"}, 0, "nothing changed"},
@@ -116,7 +124,8 @@ TEST_F(RouterFixture, hotkey_set_validates_resolves_and_refuses_taken_chords) {
 }
 
 TEST_F(RouterFixture, hotkey_unset_finds_chords_however_they_are_spelled) {
-    writeConfig(std::string(kMailApp) + "hotkey = \"cmd+opt+m\"\n\n[hotkeys]\n\"cmd+opt+m\" = \"com.example.m\"\n");
+    writeConfig(std::string(kMailApp) +
+                "hotkey = \"cmd+opt+m\"\n\n[hotkeys]\n\"cmd+opt+m\" = \"com.example.m\"\n");
     const CommandOutput removed = run({"--yes", "hotkey", "unset", "opt+cmd+M"});
     EXPECT_EQ(removed.exitCode, 0) << removed.message;
     EXPECT_EQ(decoded().apps.at(0).spec.hotkey, std::nullopt);
@@ -136,19 +145,21 @@ TEST_F(RouterFixture, rules_are_checked_updated_in_place_and_removed_by_app) {
     EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "fill", "--title", "^Inbox"}).exitCode, 0);
     const std::vector<TileRule> rules = decoded().rules;
     ASSERT_EQ(rules.size(), 2u);
-    EXPECT_EQ(rules[0], (TileRule{"app-halyward-web-mail", "app.halyward.web.mail", "Mail", std::nullopt,
-                                  "right-half", 2}));
+    EXPECT_EQ(rules[0], (TileRule{"app-halyward-web-mail", "app.halyward.web.mail", "Mail",
+                                  std::nullopt, "right-half", 2}));
     EXPECT_EQ(rules[1].id, "app-halyward-web-mail-2");
     EXPECT_EQ(run({"--yes", "rule", "remove", "mail"}).payload,
-              JSONValue(JSONObject{{"removed", JSONArray{"app-halyward-web-mail", "app-halyward-web-mail-2"}}}));
+              JSONValue(JSONObject{
+                  {"removed", JSONArray{"app-halyward-web-mail", "app-halyward-web-mail-2"}}}));
     EXPECT_EQ(run({"--yes", "rule", "remove", "Mail"}).exitCode, 5);
 }
 
 TEST_F(RouterFixture, a_file_that_does_not_parse_is_reported_and_never_written) {
     writeFile(config, "[general\nbroken = \n");
     const std::string before = readFile(config);
-    for (const Args& command : {Args{"hotkey", "set", "ctrl+shift+q", "com.example.q"}, Args{"app", "list"},
-                                Args{"--yes", "rule", "remove", "x"}, Args{"skill", "install", "s"}}) {
+    for (const Args& command :
+         {Args{"hotkey", "set", "ctrl+shift+q", "com.example.q"}, Args{"app", "list"},
+          Args{"--yes", "rule", "remove", "x"}, Args{"skill", "install", "s"}}) {
         const CommandOutput output = run(command);
         EXPECT_EQ(output.exitCode, 2) << command[0];
         EXPECT_EQ(output.message.rfind("Config line 1", 0), 0u) << output.message;
@@ -161,9 +172,12 @@ TEST_F(RouterFixture, a_file_that_does_not_parse_is_reported_and_never_written) 
 }
 
 TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst_status) {
-    context.pathExists = [](const std::string& path) { return path.find("Mail.app") == std::string::npos; };
+    context.pathExists = [](const std::string& path) {
+        return path.find("Mail.app") == std::string::npos;
+    };
     EXPECT_EQ(run({"doctor"}), (CommandOutput{0, "No problems found.", JSONValue(JSONArray{})}));
-    writeConfig(std::string(kMailApp) + "hotkey = \"ctrl+opt+l\"\ntile = \"middle\"\n"
+    writeConfig(std::string(kMailApp) +
+                "hotkey = \"ctrl+opt+l\"\ntile = \"middle\"\n"
                 "\n[hotkeys]\n\"hyper+x\" = \"com.example.x\"\n"
                 "\n[rules.r]\ntile = \"nowhere\"\ntitle = \"[\"\n");
     const CommandOutput output = run({"doctor"});
@@ -186,7 +200,10 @@ TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst
 
 TEST_F(RouterFixture, app_commands_go_to_the_app_or_are_answered_as_the_app_would) {
     writeConfig(kMailApp);
-    struct Case { Args arguments; int exitCode; };
+    struct Case {
+        Args arguments;
+        int exitCode;
+    };
     const Case local[] = {{{"ping"}, 0},
                           {{"tile", "Mail", "left"}, 3},
                           {{"tile", "Nowhere", "left"}, 5},
@@ -195,7 +212,8 @@ TEST_F(RouterFixture, app_commands_go_to_the_app_or_are_answered_as_the_app_woul
     for (const Case& c : local) EXPECT_EQ(run(c.arguments).exitCode, c.exitCode) << c.arguments[0];
 
     context.windowCommand = [](const Invocation& invocation) -> CommandOutput {
-        if (invocation.command.kind() == Command::Kind::apply) throw std::runtime_error("disk on fire");
+        if (invocation.command.kind() == Command::Kind::apply)
+            throw std::runtime_error("disk on fire");
         if (invocation.command.kind() == Command::Kind::layoutSave) throw 42;
         return {0, "tiled", {}};
     };

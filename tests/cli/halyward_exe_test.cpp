@@ -80,8 +80,8 @@ struct ExeFixture : ::testing::Test {
         return result;
     }
     std::string socketPath() const {
-        return HalywardPaths::resolvedSocketFile(home.string(),
-                                                 static_cast<std::int64_t>(controlSocketPathLimit()));
+        return HalywardPaths::resolvedSocketFile(
+            home.string(), static_cast<std::int64_t>(controlSocketPathLimit()));
     }
 };
 
@@ -108,18 +108,30 @@ struct StandInApp {
 }  // namespace
 
 TEST_F(ExeFixture, prints_messages_and_json_and_exits_with_the_status) {
-    struct Case { Args arguments; int exitCode; std::string out; std::string err; };
+    struct Case {
+        Args arguments;
+        int exitCode;
+        std::string out;
+        std::string err;
+    };
     const Case cases[] = {
         {{"version"}, 0, "halyward 1.0.1\n", ""},
-        {{"--json", "version"}, 0,
-         "{\"exitCode\":0,\"message\":\"halyward 1.0.1\",\"ok\":true,\"result\":{\"version\":\"1.0.1\"}}\n", ""},
+        {{"--json", "version"},
+         0,
+         "{\"exitCode\":0,\"message\":\"halyward 1.0.1\",\"ok\":true,\"result\":{\"version\":\"1.0.1\"}}\n",
+         ""},
         {{"frobnicate"}, 1, "", "Unknown command frobnicate. Try halyward help.\n"},
-        {{"--json", "--timeout", "0", "ping"}, 1,
+        {{"--json", "--timeout", "0", "ping"},
+         1,
          "{\"exitCode\":1,\"message\":\"--timeout needs a positive number of seconds.\",\"ok\":false,"
-         "\"result\":{\"code\":\"usage\"}}\n", ""},
+         "\"result\":{\"code\":\"usage\"}}\n",
+         ""},
         {{"app", "remove", "Mail"}, 7, "", "Pass --yes to confirm.\n"},
         {{"ping"}, 3, "", "Halyward is not running.\n"},
-        {{"--json", "app", "list"}, 0, "{\"exitCode\":0,\"message\":\"No web apps yet.\",\"ok\":true,\"result\":[]}\n", ""},
+        {{"--json", "app", "list"},
+         0,
+         "{\"exitCode\":0,\"message\":\"No web apps yet.\",\"ok\":true,\"result\":[]}\n",
+         ""},
     };
     for (const Case& c : cases) {
         const Result result = halyward(c.arguments);
@@ -149,8 +161,10 @@ TEST_F(ExeFixture, says_so_when_the_app_does_not_answer_in_time) {
 TEST_F(ExeFixture, bad_config_paths_fail_clearly_and_change_nothing) {
     writeFile(home / "plain", "x");
     fs::create_directories(home / "folder");
-    for (const std::string& path : {(home / "folder").string(), (home / "plain/config.toml").string()}) {
-        for (const Args& command : {Args{"app", "list"}, Args{"hotkey", "set", "ctrl+shift+q", "com.x.q"}}) {
+    for (const std::string& path :
+         {(home / "folder").string(), (home / "plain/config.toml").string()}) {
+        for (const Args& command :
+             {Args{"app", "list"}, Args{"hotkey", "set", "ctrl+shift+q", "com.x.q"}}) {
             Args arguments{"--config", path};
             arguments.insert(arguments.end(), command.begin(), command.end());
             const Result result = halyward(arguments);
@@ -168,8 +182,8 @@ TEST_F(ExeFixture, bad_config_paths_fail_clearly_and_change_nothing) {
     EXPECT_EQ(halyward({"--config", unreadable.string(), "config", "show"}).exitCode, 2);
     fs::create_directories(home / "locked");
     fs::permissions(home / "locked", fs::perms::owner_read | fs::perms::owner_exec);
-    const Result locked = halyward({"--config", (home / "locked/config.toml").string(), "hotkey", "set",
-                                    "ctrl+shift+q", "com.x.q"});
+    const Result locked = halyward({"--config", (home / "locked/config.toml").string(), "hotkey",
+                                    "set", "ctrl+shift+q", "com.x.q"});
     EXPECT_EQ(locked.exitCode, 2) << locked.err;
     EXPECT_TRUE(fs::is_empty(home / "locked"));
 }
@@ -180,18 +194,22 @@ TEST_F(ExeFixture, talks_to_a_real_control_server) {
 
     const Result ping = halyward({"--json", "ping"});
     EXPECT_EQ(ping.exitCode, 0);
-    EXPECT_EQ(ping.out, "{\"exitCode\":0,\"message\":\"pong\",\"ok\":true,\"result\":{\"version\":\"1.0.1\"}}\n");
+    EXPECT_EQ(
+        ping.out,
+        "{\"exitCode\":0,\"message\":\"pong\",\"ok\":true,\"result\":{\"version\":\"1.0.1\"}}\n");
     const Result tile = halyward({"tile", "com.example.x", "left"});
     EXPECT_EQ(tile.exitCode, 3);
     EXPECT_NE(tile.err.find("window manager"), std::string::npos) << tile.err;
 
-    const CommandOutput set = ControlClient::send(socket, {"hotkey", "set", "ctrl+shift+q", "com.x.q"}, 5);
+    const CommandOutput set =
+        ControlClient::send(socket, {"hotkey", "set", "ctrl+shift+q", "com.x.q"}, 5);
     EXPECT_EQ(set.exitCode, 0) << set.message;
     EXPECT_EQ(ConfigFile::load(HalywardPaths::configFile(home.string())).decode().hotkeys,
               (std::vector<NativeHotkey>{{"ctrl+shift+q", "com.x.q"}}));
 
     std::vector<pid_t> clients;
-    for (int i = 0; i < 200; ++i) clients.push_back(spawn(HALYWARD_EXECUTABLE, {"ping"}, home.string()));
+    for (int i = 0; i < 200; ++i)
+        clients.push_back(spawn(HALYWARD_EXECUTABLE, {"ping"}, home.string()));
     int failures = 0;
     for (pid_t pid : clients) failures += waitFor(pid) != 0;
     EXPECT_EQ(failures, 0);
@@ -199,7 +217,8 @@ TEST_F(ExeFixture, talks_to_a_real_control_server) {
 }
 
 TEST_F(ExeFixture, concurrent_edits_under_the_lock_lose_nothing) {
-    const char* modifiers[] = {"shift+cmd", "opt+cmd", "ctrl+cmd", "opt+shift+cmd", "ctrl+shift+cmd", "ctrl+shift"};
+    const char* modifiers[] = {"shift+cmd",     "opt+cmd",        "ctrl+cmd",
+                               "opt+shift+cmd", "ctrl+shift+cmd", "ctrl+shift"};
     const std::string keys = "abcdefghijklmnopqrstuvwxyz0123456789";
     std::vector<pid_t> workers;
     for (int worker = 0; worker < 8; ++worker) {
@@ -209,9 +228,10 @@ TEST_F(ExeFixture, concurrent_edits_under_the_lock_lose_nothing) {
             for (int i = 0; i < 25; ++i) {
                 const int n = worker * 25 + i;
                 const std::string chord = std::string(modifiers[n / 36]) + "+" + keys[n % 36];
-                failures += waitFor(spawn(HALYWARD_EXECUTABLE,
-                                          {"hotkey", "set", chord, "com.example.app" + std::to_string(n)},
-                                          home.string())) != 0;
+                failures +=
+                    waitFor(spawn(HALYWARD_EXECUTABLE,
+                                  {"hotkey", "set", chord, "com.example.app" + std::to_string(n)},
+                                  home.string())) != 0;
             }
             ::_exit(failures);
         }
@@ -220,7 +240,8 @@ TEST_F(ExeFixture, concurrent_edits_under_the_lock_lose_nothing) {
     int failures = 0;
     for (pid_t pid : workers) failures += waitFor(pid);
     EXPECT_EQ(failures, 0);
-    EXPECT_EQ(ConfigFile::load(HalywardPaths::configFile(home.string())).decode().hotkeys.size(), 200u);
+    EXPECT_EQ(ConfigFile::load(HalywardPaths::configFile(home.string())).decode().hotkeys.size(),
+              200u);
 }
 
 #endif

@@ -30,7 +30,10 @@ TEST(targets, installed_bundles_are_found_by_folder_name_and_read_from_their_pro
                         "<key>CFBundleDisplayName</key><string>My Notes</string>"));
     const std::vector<std::string> folders{system, root / "missing", user};
 
-    struct Case { std::string word; std::optional<InstalledApplication> found; };
+    struct Case {
+        std::string word;
+        std::optional<InstalledApplication> found;
+    };
     const Case cases[] = {
         {"Mail", InstalledApplication{"Mail", "com.example.mail"}},
         {"  mAIL ", InstalledApplication{"Mail", "com.example.mail"}},
@@ -40,7 +43,8 @@ TEST(targets, installed_bundles_are_found_by_folder_name_and_read_from_their_pro
         {"Calendar", std::nullopt},
         {"", std::nullopt},
     };
-    for (const auto& c : cases) EXPECT_EQ(findBundleApplication(c.word, folders), c.found) << c.word;
+    for (const auto& c : cases)
+        EXPECT_EQ(findBundleApplication(c.word, folders), c.found) << c.word;
 }
 
 TEST(targets, desktop_files_are_found_by_name_with_earlier_folders_hiding_later_ones) {
@@ -49,15 +53,18 @@ TEST(targets, desktop_files_are_found_by_name_with_earlier_folders_hiding_later_
     const std::string shared = root / "shared";
     writeFile(local + "/applications/org.example.Editor.desktop",
               "[Desktop Entry]\nName=Editor\nHidden=true\n");
-    writeFile(shared + "/applications/org.example.Editor.desktop", "[Desktop Entry]\nName=Editor\n");
+    writeFile(shared + "/applications/org.example.Editor.desktop",
+              "[Desktop Entry]\nName=Editor\n");
     writeFile(shared + "/applications/vendor/term.desktop",
               "# comment\n[Desktop Entry]\nName = Terminal \n[Desktop Action new]\nName=Other\n");
     const std::vector<std::string> folders{local, shared};
 
-    EXPECT_EQ(findDesktopApplication("editor", folders), std::nullopt);  // hidden by the user's copy
+    EXPECT_EQ(findDesktopApplication("editor", folders),
+              std::nullopt);  // hidden by the user's copy
     EXPECT_EQ(findDesktopApplication("terminal", folders),
               (InstalledApplication{"Terminal", "vendor-term"}));
     EXPECT_EQ(findDesktopApplication("Other", folders), std::nullopt);  // not the entry's own name
-    EXPECT_EQ(desktopDataFolders("/home/ann", "", ""),
-              (std::vector<std::string>{"/home/ann/.local/share", "/usr/local/share", "/usr/share"}));
+    EXPECT_EQ(
+        desktopDataFolders("/home/ann", "", ""),
+        (std::vector<std::string>{"/home/ann/.local/share", "/usr/local/share", "/usr/share"}));
 }

@@ -65,8 +65,8 @@ TEST_F(ClientTest, reports_not_running_when_nothing_listens) {
         ASSERT_EQ(detail::bindLocalSocket(dead.get(), stale), 0);
     }
     writeFile(plain, "x");
-    for (const std::string& path : {folder + "/none.sock", folder + "/missing/h.sock", stale,
-                                    plain, plain + "/h.sock"}) {
+    for (const std::string& path :
+         {folder + "/none.sock", folder + "/missing/h.sock", stale, plain, plain + "/h.sock"}) {
         EXPECT_EQ(thrownBy([&] { ControlClient::send(path, {"ping"}, 1); }),
                   HalywardError::unavailable("Halyward is not running."))
             << path;
@@ -93,8 +93,7 @@ TEST_F(ClientTest, rejects_answers_it_cannot_trust) {
     detail::UniqueFd listener = listenAt(path);
     using Reply = std::function<std::string(const RPCRequest&)>;
     const std::pair<Reply, std::string> cases[] = {
-        {[](const RPCRequest&) { return line(RPCResponse("other", 0, "hi", "null")); },
-         "failed"},
+        {[](const RPCRequest&) { return line(RPCResponse("other", 0, "hi", "null")); }, "failed"},
         {[](const RPCRequest& r) { return line(RPCResponse(r.id, 0, "hi", "{nope")); }, "failed"},
         {[](const RPCRequest& r) { return line(RPCResponse(r.id, 1ll << 40, "hi", "null")); },
          "failed"},

@@ -1,5 +1,5 @@
-#include "halyward/control/control_client.hpp"
 #include "halyward/control/control_server.hpp"
+#include "halyward/control/control_client.hpp"
 #include "halyward/control/rpc_codec.hpp"
 #include "support/scratch_folder.hpp"
 
@@ -82,10 +82,15 @@ TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
     ControlServer server(path, handler);
     server.start();
     const std::string ping = R"({"id":"7","arguments":["ping"]})";
-    const std::string pong = R"({"id":"7","exitCode":0,"message":"pong","payload":"{\"arguments\":[\"ping\"]}"})"
-                             "\n";
+    const std::string pong =
+        R"({"id":"7","exitCode":0,"message":"pong","payload":"{\"arguments\":[\"ping\"]}"})"
+        "\n";
     EXPECT_EQ(rawExchange(path, ping + "\n", false), pong);
-    EXPECT_EQ(rawExchange(path, R"({"arguments":["ping"],"id":"7"})" "\r\n", false), pong);
+    EXPECT_EQ(rawExchange(path,
+                          R"({"arguments":["ping"],"id":"7"})"
+                          "\r\n",
+                          false),
+              pong);
     EXPECT_EQ(rawExchange(path, ping, true), pong);  // no line feed, then end of stream
     EXPECT_EQ(rawExchange(path, ping + "\ntrailing bytes", false), pong);
     EXPECT_EQ(rawExchange(path, "", true), "");  // a probe that says nothing gets nothing
@@ -97,9 +102,15 @@ TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
     const Refused refused[] = {
         {"not json\n", ""},
         {"[1,2]\n", ""},
-        {R"({"id":"x9","arguments":"ping"})" "\n", "x9"},
-        {R"({"id":"x9","arguments":[1]})" "\n", "x9"},
-        {R"({"id":7,"arguments":[]})" "\n", ""},
+        {R"({"id":"x9","arguments":"ping"})"
+         "\n",
+         "x9"},
+        {R"({"id":"x9","arguments":[1]})"
+         "\n",
+         "x9"},
+        {R"({"id":7,"arguments":[]})"
+         "\n",
+         ""},
         {std::string("\0\xFF\xFE{", 4), ""},  // garbage, then the client hangs up
         {"{\"id\":\"\xC3\"}\n", ""},
     };
@@ -121,14 +132,16 @@ TEST_F(ServerTest, caps_a_line_at_one_mebibyte) {
     auto line = [&](std::size_t size) {
         return head + std::string(size - head.size() - tail.size(), 'a') + tail + "\n";
     };
-    auto fits = RPCCodec::decode<RPCResponse>(rawExchange(path, line(ControlServer::maxRequestBytes), false));
+    auto fits = RPCCodec::decode<RPCResponse>(
+        rawExchange(path, line(ControlServer::maxRequestBytes), false));
     EXPECT_EQ(fits.exitCode, 0);
     EXPECT_EQ(rawExchange(path, line(ControlServer::maxRequestBytes + 1), false),
               refusal("", "The request is longer than 1 MiB."));
 
     // The real client, still writing when the server refuses, reads the refusal.
     auto output = ControlClient::send(path, {std::string(3 << 20, 'x')}, 5);
-    EXPECT_EQ(output, CommandOutput::fromError(HalywardError::failed("The request is longer than 1 MiB.")));
+    EXPECT_EQ(output,
+              CommandOutput::fromError(HalywardError::failed("The request is longer than 1 MiB.")));
 }
 
 TEST_F(ServerTest, turns_handler_failures_into_output) {
@@ -168,8 +181,7 @@ TEST_F(ServerTest, answers_two_hundred_concurrent_clients_one_handler_call_at_a_
                 auto output = ControlClient::send(path, {"echo", std::to_string(i)}, 30);
                 JSONArray expected{"echo", std::to_string(i)};
                 if (output.payload == JSONValue(JSONObject{{"arguments", expected}})) ++correct;
-            } catch (const std::exception&) {
-            }
+            } catch (const std::exception&) {}
         });
     }
     for (auto& client : clients) client.join();
@@ -212,7 +224,8 @@ TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
         ADD_FAILURE() << "a second server took over a live socket";
     } catch (const HalywardError& error) {
         EXPECT_EQ(error.code, "unavailable");
-        EXPECT_EQ(error.message, "Another Halyward is already listening on \u201C" + path + "\u201D.");
+        EXPECT_EQ(error.message,
+                  "Another Halyward is already listening on \u201C" + path + "\u201D.");
     }
     EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
 

@@ -26,15 +26,14 @@ int main(int argc, char** argv) {
     const halyward::CommandRouter router(std::move(context));
 
     try {
-        halyward::ControlServer server(argv[1], [&router](const std::vector<std::string>& arguments) {
-            return router.run(arguments);
-        });
+        halyward::ControlServer server(
+            argv[1],
+            [&router](const std::vector<std::string>& arguments) { return router.run(arguments); });
         server.start();
         std::puts("ready");
         std::fflush(stdout);
         char buffer[256];
-        while (::read(STDIN_FILENO, buffer, sizeof buffer) > 0) {
-        }
+        while (::read(STDIN_FILENO, buffer, sizeof buffer) > 0) {}
         server.stop();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "halyward_stand_in_app: %s\n", error.what());

@@ -182,7 +182,10 @@ void JSONValue::write(std::string& into) const {
         case Kind::boolean: into += std::get<bool>(storage_) ? "true" : "false"; break;
         case Kind::integer: appendInt(into, std::get<std::int64_t>(storage_)); break;
         case Kind::number: appendJSONDouble(into, std::get<double>(storage_)); break;
-        case Kind::string: detail::appendQuotedJSON(into, std::get<std::string>(storage_), detail::JSONQuoting::display); break;
+        case Kind::string:
+            detail::appendQuotedJSON(into, std::get<std::string>(storage_),
+                                     detail::JSONQuoting::display);
+            break;
         case Kind::array: {
             into.push_back('[');
             bool first = true;

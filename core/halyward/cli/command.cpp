@@ -8,9 +8,9 @@ Command Command::appAdd(std::string url, std::optional<std::string> name,
                         std::optional<std::string> hotkey, std::optional<std::string> tile,
                         std::optional<std::string> icon, std::optional<std::string> css,
                         std::optional<std::string> js) {
-    return Command(Kind::appAdd, AppAdd{std::move(url), std::move(name), std::move(hotkey),
-                                        std::move(tile), std::move(icon), std::move(css),
-                                        std::move(js)});
+    return Command(Kind::appAdd,
+                   AppAdd{std::move(url), std::move(name), std::move(hotkey), std::move(tile),
+                          std::move(icon), std::move(css), std::move(js)});
 }
 
 Command Command::appRemove(std::string name) {
@@ -31,7 +31,8 @@ Command Command::tile(std::string target, std::string slot, std::optional<std::i
 
 Command Command::ruleAdd(std::string target, std::string tile, std::optional<std::int64_t> display,
                          std::optional<std::string> title) {
-    return Command(Kind::ruleAdd, RuleAdd{std::move(target), std::move(tile), display, std::move(title)});
+    return Command(Kind::ruleAdd,
+                   RuleAdd{std::move(target), std::move(tile), display, std::move(title)});
 }
 
 Command Command::ruleRemove(std::string target) {

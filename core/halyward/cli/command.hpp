@@ -151,9 +151,9 @@ public:
     bool operator==(const Command&) const = default;
 
 private:
-    using Values = std::variant<std::monostate, AppAdd, AppRemove, HotkeySet, HotkeyUnset, Tile,
-                                RuleAdd, RuleRemove, LayoutSave, LayoutApply, SkillInstall,
-                                SkillUninstall>;
+    using Values =
+        std::variant<std::monostate, AppAdd, AppRemove, HotkeySet, HotkeyUnset, Tile, RuleAdd,
+                     RuleRemove, LayoutSave, LayoutApply, SkillInstall, SkillUninstall>;
 
     explicit Command(Kind kind) : kind_(kind) {}
     Command(Kind kind, Values values) : kind_(kind), values_(std::move(values)) {}

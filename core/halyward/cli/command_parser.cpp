@@ -111,7 +111,8 @@ Command rule(const Words& words, const Options& options) {
         if (!target) fail("Usage: halyward rule add <app> --tile <tile>");
         std::optional<std::string> tile = option(options, "tile");
         if (!tile) fail("rule add needs --tile.");
-        return Command::ruleAdd(*target, std::move(*tile), display(options), option(options, "title"));
+        return Command::ruleAdd(*target, std::move(*tile), display(options),
+                                option(options, "title"));
     }
     if (*sub == "remove") {
         const std::string* target = word(words, 2);
@@ -226,7 +227,8 @@ Invocation parse(const std::vector<std::string>& arguments) {
             return invocation;
         }
         if (argument == "--frameless" || argument == "--titlebar") {
-            fail("Window style is set in Settings › Tiling. --frameless and --titlebar are not used.");
+            fail(
+                "Window style is set in Settings › Tiling. --frameless and --titlebar are not used.");
         }
         if (argument.size() >= 2 && argument[0] == '-' && argument[1] == '-') {
             std::string_view rest = std::string_view(argument).substr(2);

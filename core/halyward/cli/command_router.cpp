@@ -53,7 +53,9 @@ TileSlot requireTile(std::string_view tile) {
     throw HalywardError::usage(quotedWord(tile) + " is not a tile. Tiles: " + tileNames() + ".");
 }
 
-std::string canonicalChord(std::string_view chord) { return HotkeyParser::parse(chord).canonical(); }
+std::string canonicalChord(std::string_view chord) {
+    return HotkeyParser::parse(chord).canonical();
+}
 
 /// The canonical form of chord text from the file, or none when it does not parse.
 std::optional<std::string> canonicalOrNone(std::string_view chord) {
@@ -67,7 +69,8 @@ std::optional<std::string> canonicalOrNone(std::string_view chord) {
 /// A web app by name or slug only: removing an app names the app, not what it acts on.
 std::optional<WebAppRecord> findWebAppByName(const HalywardConfig& config, std::string_view word) {
     std::optional<WebAppRecord> found = findWebApp(config, word);
-    if (found && !sameIgnoringCase(found->spec.name, word) && !sameIgnoringCase(found->slug, word)) {
+    if (found && !sameIgnoringCase(found->spec.name, word) &&
+        !sameIgnoringCase(found->slug, word)) {
         return std::nullopt;
     }
     return found;
@@ -87,9 +90,8 @@ std::string describeHolder(const EffectiveHotkey& holder, const HalywardConfig& 
     if (holder.bundleIdentifier == "halyward.agent") return "Halyward's agent hotkey";
     if (holder.bundleIdentifier == "halyward.new-app") return "Halyward's new-app hotkey";
     if (holder.bundleIdentifier == "halyward.layout") return "Halyward's layout hotkey";
-    return "the tile chord " +
-           quotedWord(TileKeys::title(holder.bundleIdentifier, holder.chord,
-                                      config.general.tileHotkeys));
+    return "the tile chord " + quotedWord(TileKeys::title(holder.bundleIdentifier, holder.chord,
+                                                          config.general.tileHotkeys));
 }
 
 /// A rule id made from what the rule acts on: lowercase letters, digits and dashes.
@@ -128,8 +130,10 @@ class Runner {
 public:
     Runner(const CommandRouter& router, const Invocation& invocation,
            const std::vector<std::string>& arguments)
-        : context_(router.context()), invocation_(invocation),
-          arguments_(arguments), configPath_(router.configFile(invocation)) {}
+        : context_(router.context()),
+          invocation_(invocation),
+          arguments_(arguments),
+          configPath_(router.configFile(invocation)) {}
 
     CommandOutput run() {
         const Command& command = invocation_.command;
@@ -139,7 +143,8 @@ public:
                 return success(std::string("halyward ") + HalywardVersion::current,
                                JSONObject{{"version", HalywardVersion::current}});
             case Command::Kind::appAdd:
-                throw HalywardError::unavailable("Making web apps is not available in this build yet.");
+                throw HalywardError::unavailable(
+                    "Making web apps is not available in this build yet.");
             case Command::Kind::appRemove: return appRemove(command.asAppRemove()->name);
             case Command::Kind::appList: return appList();
             case Command::Kind::hotkeySet: return hotkeySet(*command.asHotkeySet());
@@ -202,7 +207,8 @@ private:
             list.push_back(appJSON(app));
             if (!message.empty()) message += '\n';
             message += app.spec.name + " (" + app.slug + ") " + app.spec.url;
-            if (app.spec.hotkey && !app.spec.hotkey->empty()) message += "  hotkey " + *app.spec.hotkey;
+            if (app.spec.hotkey && !app.spec.hotkey->empty())
+                message += "  hotkey " + *app.spec.hotkey;
             if (app.spec.tile && !app.spec.tile->empty()) message += "  tile " + *app.spec.tile;
         }
         if (message.empty()) message = "No web apps yet.";
@@ -234,9 +240,10 @@ private:
                 folder.reset();
             }
             if (error) {
-                throw HalywardError::failed(message + " from the configuration, but Halyward can't "
-                                            "remove its bundle " + quotedWord(*folder) + ": " +
-                                            error.message() + ".");
+                throw HalywardError::failed(message +
+                                            " from the configuration, but Halyward can't "
+                                            "remove its bundle " +
+                                            quotedWord(*folder) + ": " + error.message() + ".");
             }
             if (folder) message += " and its bundle " + quotedWord(*folder);
         }
@@ -273,7 +280,8 @@ private:
                 for (const WebAppRecord& app : config.apps) {
                     if (!record && app.slug == *target.slug) record = app;
                 }
-                if (record->spec.hotkey && !record->spec.hotkey->empty()) replaced = record->spec.hotkey;
+                if (record->spec.hotkey && !record->spec.hotkey->empty())
+                    replaced = record->spec.hotkey;
                 record->spec.hotkey = canonical;
                 file.upsertApp(*record);
             } else {
@@ -282,17 +290,17 @@ private:
         });
 
         const std::optional<std::string> reservation = SystemHotkeys::reservation(chord);
-        std::string message = unchanged
-            ? canonical + " already brings up " + quotedWord(target.name) + "; nothing changed."
-            : canonical + " now brings up " + quotedWord(target.name) + ".";
+        std::string message =
+            unchanged
+                ? canonical + " already brings up " + quotedWord(target.name) + "; nothing changed."
+                : canonical + " now brings up " + quotedWord(target.name) + ".";
         if (replaced && !unchanged) message += " It replaces " + *replaced + ".";
         if (reservation) message += " Warning: " + *reservation + " It may not reach Halyward.";
-        return success(std::move(message),
-                       JSONObject{{"bundleIdentifier", target.bundleIdentifier},
-                                  {"changed", !unchanged},
-                                  {"chord", canonical},
-                                  {"name", target.name},
-                                  {"warning", optionalString(reservation)}});
+        return success(std::move(message), JSONObject{{"bundleIdentifier", target.bundleIdentifier},
+                                                      {"changed", !unchanged},
+                                                      {"chord", canonical},
+                                                      {"name", target.name},
+                                                      {"warning", optionalString(reservation)}});
     }
 
     CommandOutput hotkeyUnset(const std::string& typed) const {
@@ -318,9 +326,9 @@ private:
             if (!names.empty()) return;
             for (const EffectiveHotkey& holder : effectiveHotkeys(config)) {
                 if (holder.chord == canonical) {
-                    throw HalywardError::notFound(
-                        canonical + " is " + describeHolder(holder, config) +
-                        ", not an app hotkey. Change it in config.toml.");
+                    throw HalywardError::notFound(canonical + " is " +
+                                                  describeHolder(holder, config) +
+                                                  ", not an app hotkey. Change it in config.toml.");
                 }
             }
             throw HalywardError::notFound("No app hotkey uses " + quotedWord(typed) + ".");
@@ -420,7 +428,8 @@ private:
         });
         JSONArray ids(removed.begin(), removed.end());
         return success("Removed " + std::to_string(removed.size()) +
-                           (removed.size() == 1 ? " rule" : " rules") + " for " + quotedWord(word) + ".",
+                           (removed.size() == 1 ? " rule" : " rules") + " for " + quotedWord(word) +
+                           ".",
                        JSONObject{{"removed", std::move(ids)}});
     }
 
@@ -439,7 +448,8 @@ private:
             }
             if (message.back() == ';') message.pop_back();
         }
-        if (message.empty()) message = "No saved layouts yet. Save one with halyward layout save <name>.";
+        if (message.empty())
+            message = "No saved layouts yet. Save one with halyward layout save <name>.";
         return success(std::move(message), JSONValue(std::move(list)));
     }
 
@@ -457,8 +467,9 @@ private:
         } catch (const HalywardError& error) {
             return doctorOutput({doctorFinding(error)});
         }
-        return doctorOutput(doctorFindings(file->decode(), appsDirectory(),
-                                           [this](const std::string& path) { return exists(path); }));
+        return doctorOutput(
+            doctorFindings(file->decode(), appsDirectory(),
+                           [this](const std::string& path) { return exists(path); }));
     }
 
     // -- Agent skills -----------------------------------------------------------------
@@ -477,8 +488,9 @@ private:
             message += file + (present(file) ? "" : "  (missing)");
         }
         if (message.empty()) {
-            message = "The Halyward skill is not installed anywhere yet. Install it into an "
-                      "agent's skills folder with halyward skill install <folder>.";
+            message =
+                "The Halyward skill is not installed anywhere yet. Install it into an "
+                "agent's skills folder with halyward skill install <folder>.";
         }
         return success(std::move(message), AgentSkills::pathsJSON(config.agents, present));
     }
@@ -492,10 +504,10 @@ private:
             file.setAgents(agents);
         });
         const std::string skillFile = AgentSkills::skillFile(folder);
-        return success(changed ? "Installed the Halyward skill as " + quotedWord(skillFile) + "."
-                               : "The Halyward skill is already installed as " +
-                                     quotedWord(skillFile) + ".",
-                       JSONObject{{"changed", changed}, {"file", skillFile}, {"folder", folder}});
+        return success(
+            changed ? "Installed the Halyward skill as " + quotedWord(skillFile) + "."
+                    : "The Halyward skill is already installed as " + quotedWord(skillFile) + ".",
+            JSONObject{{"changed", changed}, {"file", skillFile}, {"folder", folder}});
     }
 
     CommandOutput skillUninstall(const std::string& typed) const {
@@ -515,7 +527,8 @@ private:
         const Command& command = invocation_.command;
         if (const Command::Tile* tile = command.asTile()) requireTile(tile->slot);
         if (const Command::LayoutSave* save = command.asLayoutSave()) {
-            if (text::trim(save->name).empty()) throw HalywardError::usage("A layout needs a name.");
+            if (text::trim(save->name).empty())
+                throw HalywardError::usage("A layout needs a name.");
         }
         if (context_.sendToApp) return context_.sendToApp(arguments_, invocation_.timeout);
 
@@ -536,7 +549,8 @@ private:
                 const bool known = std::any_of(config.layouts.begin(), config.layouts.end(),
                                                [&](const Layout& l) { return l.name == name; });
                 if (!known) {
-                    throw HalywardError::notFound("No saved layout is called " + quotedWord(name) + ".");
+                    throw HalywardError::notFound("No saved layout is called " + quotedWord(name) +
+                                                  ".");
                 }
                 what = "Applying a layout";
                 break;
@@ -595,8 +609,8 @@ CommandOutput CommandRouter::run(const Invocation& invocation,
                                  const std::vector<std::string>& arguments) const {
     try {
         if (invocation.command.removesSomething() && !invocation.yes) {
-            const bool confirmed = context_.interactive && context_.confirm &&
-                                   context_.confirm(confirmQuestion);
+            const bool confirmed =
+                context_.interactive && context_.confirm && context_.confirm(confirmQuestion);
             if (!confirmed) throw HalywardError::cancelled("Pass --yes to confirm.");
         }
         return dispatch(invocation, arguments);

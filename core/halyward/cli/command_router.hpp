@@ -56,7 +56,8 @@ public:
     /// when the command goes to the running app. Removals run only with `--yes` or a yes
     /// from `confirm` when `interactive`; otherwise the output is cancelled("Pass --yes to
     /// confirm.") and nothing has changed.
-    CommandOutput run(const Invocation& invocation, const std::vector<std::string>& arguments) const;
+    CommandOutput run(const Invocation& invocation,
+                      const std::vector<std::string>& arguments) const;
 
     /// The configuration file the invocation works on.
     std::string configFile(const Invocation& invocation) const;

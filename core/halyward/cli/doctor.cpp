@@ -39,8 +39,8 @@ void checkChord(std::vector<DoctorFinding>& findings, std::string_view where,
 void checkTile(std::vector<DoctorFinding>& findings, std::string_view where,
                std::string_view tile) {
     if (!parseTileSlot(tile)) {
-        findings.push_back(configFinding(std::string(where) + ": " + quotedWord(tile) +
-                                         " is not a tile name."));
+        findings.push_back(
+            configFinding(std::string(where) + ": " + quotedWord(tile) + " is not a tile name."));
     }
 }
 
@@ -95,15 +95,16 @@ std::vector<DoctorFinding> doctorFindings(
         if (app.spec.hotkey && !app.spec.hotkey->empty()) {
             checkChord(findings, where + " hotkey", *app.spec.hotkey, hasLeader);
         }
-        if (app.spec.tile && !app.spec.tile->empty()) checkTile(findings, where + " tile", *app.spec.tile);
+        if (app.spec.tile && !app.spec.tile->empty())
+            checkTile(findings, where + " tile", *app.spec.tile);
     }
     for (const NativeHotkey& hotkey : config.hotkeys) {
         checkChord(findings, "[hotkeys] " + quotedWord(hotkey.chord), hotkey.chord, hasLeader);
     }
 
     for (const HotkeyConflict& conflict : hotkeyConflicts(config)) {
-        findings.push_back({"conflict", "Hotkey " + conflict.chord + ": " + conflict.detail,
-                            ExitCode::conflict});
+        findings.push_back(
+            {"conflict", "Hotkey " + conflict.chord + ": " + conflict.detail, ExitCode::conflict});
     }
 
     for (const TileRule& rule : config.rules) {
@@ -111,9 +112,9 @@ std::vector<DoctorFinding> doctorFindings(
         checkTile(findings, where + " tile", rule.tile);
         if (rule.titlePattern) {
             if (auto reason = titlePatternError(*rule.titlePattern)) {
-                findings.push_back(configFinding(where + " title: " + quotedWord(*rule.titlePattern) +
-                                                 " is not a valid regular expression: " + *reason +
-                                                 "."));
+                findings.push_back(
+                    configFinding(where + " title: " + quotedWord(*rule.titlePattern) +
+                                  " is not a valid regular expression: " + *reason + "."));
             }
         }
         if (rule.display && *rule.display < 1) {
@@ -130,8 +131,8 @@ std::vector<DoctorFinding> doctorFindings(
     for (const WebAppRecord& app : config.apps) {
         const std::optional<std::string> folder = webAppBundleFolder(appsDirectory, app.spec.name);
         if (!folder) {
-            findings.push_back(configFinding(tableName("apps", app.slug) + " name: " +
-                                             quotedWord(app.spec.name) +
+            findings.push_back(configFinding(tableName("apps", app.slug) +
+                                             " name: " + quotedWord(app.spec.name) +
                                              " cannot be the name of an app bundle."));
         } else if (!pathExists || !pathExists(*folder)) {
             findings.push_back({"not_found",
@@ -177,9 +178,8 @@ std::optional<std::string> webAppBundleFolder(std::string_view appsDirectory,
 std::optional<std::string> titlePatternError(std::string_view pattern) {
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
-    pcre2_code* code =
-        pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
-                      PCRE2_UTF | PCRE2_UCP, &errorCode, &errorOffset, nullptr);
+    pcre2_code* code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
+                                     PCRE2_UTF | PCRE2_UCP, &errorCode, &errorOffset, nullptr);
     if (code) {
         pcre2_code_free(code);
         return std::nullopt;

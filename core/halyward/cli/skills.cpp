@@ -174,9 +174,8 @@ JSONValue pathsJSON(const AgentConfig& agents,
     folders.reserve(agents.customFolders.size());
     for (const std::string& folder : agents.customFolders) {
         const std::string file = skillFile(folder);
-        folders.emplace_back(JSONObject{{"file", file},
-                                        {"folder", folder},
-                                        {"installed", pathExists && pathExists(file)}});
+        folders.emplace_back(JSONObject{
+            {"file", file}, {"folder", folder}, {"installed", pathExists && pathExists(file)}});
     }
     return JSONValue(JSONObject{{"folders", std::move(folders)}, {"skill", skillName()}});
 }

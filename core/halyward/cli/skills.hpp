@@ -24,7 +24,7 @@ const std::string& skillText();
 /// taken from `home`, relative paths from `workingDirectory`; no trailing "/". Throws
 /// HalywardError::usage for an empty folder or one holding a NUL byte.
 std::string folderPath(std::string_view folder, std::string_view home,
-                        std::string_view workingDirectory);
+                       std::string_view workingDirectory);
 
 /// folder + "/halyward/SKILL.md".
 std::string skillFile(std::string_view folder);

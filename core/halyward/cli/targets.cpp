@@ -7,9 +7,9 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <memory>
-#include <fstream>
 #include <set>
 #include <system_error>
 
@@ -64,7 +64,6 @@ std::optional<std::string> desktopEntryName(const fs::path& file) {
     }
     return name;
 }
-
 
 // Info.plist files of real bundles are a few kilobytes; a larger file is not one.
 constexpr std::uintmax_t kMaxInfoPlistBytes = 1 << 20;
@@ -128,8 +127,8 @@ std::optional<WebAppRecord> findWebApp(const HalywardConfig& config, std::string
         })) {
         return *byName;
     }
-    if (auto* bySlug = matchRecord(config, word,
-                                   [](const WebAppRecord& r) -> const std::string& { return r.slug; })) {
+    if (auto* bySlug = matchRecord(
+            config, word, [](const WebAppRecord& r) -> const std::string& { return r.slug; })) {
         return *bySlug;
     }
     if (auto* byBundle = matchRecord(config, word, [](const WebAppRecord& r) -> const std::string& {
@@ -144,7 +143,8 @@ Target resolveTarget(std::string_view word, const HalywardConfig& config,
                      const ApplicationLookup& lookup) {
     const std::string_view trimmed = text::trim(word);
     if (auto record = findWebApp(config, trimmed)) {
-        return {Target::Kind::webApp, record->spec.bundleIdentifier, record->spec.name, record->slug};
+        return {Target::Kind::webApp, record->spec.bundleIdentifier, record->spec.name,
+                record->slug};
     }
     if (looksLikeBundleIdentifier(trimmed)) {
         return {Target::Kind::bundleIdentifier, std::string(trimmed), std::string(trimmed),
@@ -219,7 +219,9 @@ std::optional<InstalledApplication> findBundleApplication(
     if (wanted == ".app") return std::nullopt;
     for (const std::string& folder : applicationFolders) {
         std::error_code error;
-        for (fs::directory_iterator it(folder, fs::directory_options::skip_permission_denied, error), end;
+        for (fs::directory_iterator
+                 it(folder, fs::directory_options::skip_permission_denied, error),
+             end;
              !error && it != end; it.increment(error)) {
             const std::string entry = it->path().filename().string();
             if (text::lowercased(entry) == wanted) {

@@ -22,8 +22,7 @@ struct InstalledApplication {
 };
 
 /// Looks an installed application up by the name a user typed; none when there is none.
-using ApplicationLookup =
-    std::function<std::optional<InstalledApplication>(std::string_view name)>;
+using ApplicationLookup = std::function<std::optional<InstalledApplication>(std::string_view name)>;
 
 /// What an `<app>` word stands for.
 struct Target {

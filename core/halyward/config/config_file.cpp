@@ -380,7 +380,8 @@ void removeKeysExcept(TOMLDocument& document, const TOMLPath& table, Keep keep) 
 /// each path `headers(parent)` lists would, but in one walk.
 void removeChildTables(TOMLDocument& document, const TOMLPath& parent) {
     auto isChild = [&](const TOMLPath& path) {
-        return path.size() == parent.size() + 1 && std::equal(parent.begin(), parent.end(), path.begin());
+        return path.size() == parent.size() + 1 &&
+               std::equal(parent.begin(), parent.end(), path.begin());
     };
     std::vector<TOMLNode> kept;
     kept.reserve(document.nodes.size());
@@ -412,8 +413,8 @@ std::optional<std::string> readConfigText(const fs::path& path, mode_t* mode) {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
         if (errno == ENOENT) return std::nullopt;
-        throw HalywardError::config("Halyward can't read the configuration file " +
-                                    quoted(path) + ": " + systemReason(errno) + ".");
+        throw HalywardError::config("Halyward can't read the configuration file " + quoted(path) +
+                                    ": " + systemReason(errno) + ".");
     }
     struct Closer {
         int fd;
@@ -421,8 +422,8 @@ std::optional<std::string> readConfigText(const fs::path& path, mode_t* mode) {
     } closer{fd};
     struct stat status {};
     if (::fstat(fd, &status) != 0) {
-        throw HalywardError::config("Halyward can't read the configuration file " +
-                                    quoted(path) + ": " + systemReason(errno) + ".");
+        throw HalywardError::config("Halyward can't read the configuration file " + quoted(path) +
+                                    ": " + systemReason(errno) + ".");
     }
     if (S_ISDIR(status.st_mode)) {
         throw HalywardError::config("The configuration file " + quoted(path) +
@@ -571,7 +572,8 @@ void ConfigFile::setGeneral(const GeneralConfig& general) {
     });
     std::vector<std::pair<std::string, TOMLValue>> chords;
     chords.reserve(general.tileHotkeys.size());
-    for (const auto& [action, chord] : general.tileHotkeys) chords.emplace_back(action, string(chord));
+    for (const auto& [action, chord] : general.tileHotkeys)
+        chords.emplace_back(action, string(chord));
     setKeys(document, tilePath, std::move(chords));
 
     std::vector<std::pair<std::string, TOMLValue>> last{
@@ -647,7 +649,9 @@ void ConfigFile::upsertRule(const TileRule& rule) {
     }
 }
 
-void ConfigFile::removeRule(std::string_view id) { document.removeTable({"rules", std::string(id)}); }
+void ConfigFile::removeRule(std::string_view id) {
+    document.removeTable({"rules", std::string(id)});
+}
 
 void ConfigFile::upsertLayout(const Layout& layout) {
     const TOMLPath table{"layouts", layout.name};
@@ -679,8 +683,7 @@ ConfigFile ConfigFile::load(const fs::path& path) {
     return ConfigFile(*text);
 }
 
-ConfigFile ConfigFile::update(const fs::path& path,
-                              const std::function<void(ConfigFile&)>& edit) {
+ConfigFile ConfigFile::update(const fs::path& path, const std::function<void(ConfigFile&)>& edit) {
     // Following a link keeps the user's link in place and edits the file it points to.
     std::error_code error;
     fs::path target = path;

@@ -107,8 +107,7 @@ std::string freshRequestId() {
         halves[1] = static_cast<std::uint64_t>(::getpid());
     }
     char text[33];
-    std::snprintf(text, sizeof text, "%016llx%016llx",
-                  static_cast<unsigned long long>(halves[0]),
+    std::snprintf(text, sizeof text, "%016llx%016llx", static_cast<unsigned long long>(halves[0]),
                   static_cast<unsigned long long>(halves[1]));
     return text;
 }
@@ -123,23 +122,21 @@ void connectWithin(int socket, const std::string& path, const Deadline& deadline
             if (::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &length) != 0) error = errno;
         }
         switch (error) {
-        case 0:
-        case EISCONN:
-            return;
-        case ENOENT:
-        case ENOTDIR:
-        case ECONNREFUSED:
-            throw notRunning();
-        case EAGAIN:
-        case EINTR:
-            // The listener's backlog is full: the app is busy, not gone. Try again shortly
-            // for as long as the caller lets us.
-            if (deadline.passed()) throw timedOut(timeoutSeconds);
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            continue;
-        default:
-            throw HalywardError::failed("Cannot connect to Halyward at " + quoted(path) + ": " +
-                                        std::strerror(error) + ".");
+            case 0:
+            case EISCONN: return;
+            case ENOENT:
+            case ENOTDIR:
+            case ECONNREFUSED: throw notRunning();
+            case EAGAIN:
+            case EINTR:
+                // The listener's backlog is full: the app is busy, not gone. Try again shortly
+                // for as long as the caller lets us.
+                if (deadline.passed()) throw timedOut(timeoutSeconds);
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+                continue;
+            default:
+                throw HalywardError::failed("Cannot connect to Halyward at " + quoted(path) + ": " +
+                                            std::strerror(error) + ".");
         }
     }
 }
@@ -147,8 +144,7 @@ void connectWithin(int socket, const std::string& path, const Deadline& deadline
 // Writes the whole request. Returns false when the app closed its end first, which it
 // does after answering a request it refuses (one that is too long), so the caller still
 // reads the answer.
-bool writeAll(int socket, std::string_view bytes, const Deadline& deadline,
-              double timeoutSeconds) {
+bool writeAll(int socket, std::string_view bytes, const Deadline& deadline, double timeoutSeconds) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         long sent = detail::sendNoSignal(socket, bytes.data() + done, bytes.size() - done);
@@ -175,8 +171,8 @@ std::string readLine(int socket, const Deadline& deadline, double timeoutSeconds
     for (;;) {
         long got = ::recv(socket, chunk, sizeof chunk, 0);
         if (got > 0) {
-            const auto* feed = static_cast<const char*>(
-                std::memchr(chunk, '\n', static_cast<std::size_t>(got)));
+            const auto* feed =
+                static_cast<const char*>(std::memchr(chunk, '\n', static_cast<std::size_t>(got)));
             if (feed) {
                 line.append(chunk, static_cast<std::size_t>(feed - chunk));
                 return line;
@@ -207,13 +203,12 @@ CommandOutput outputOf(const RPCResponse& response, const std::string& id) {
     // answers a failure with an empty one; that answer is still ours.
     const bool refusalOfUnreadable = response.id.empty() && response.exitCode != ExitCode::ok;
     if (response.id != id && !refusalOfUnreadable)
-        throw HalywardError::failed("Halyward answered another request (id " +
-                                    quoted(response.id) + " instead of " + quoted(id) + ").");
+        throw HalywardError::failed("Halyward answered another request (id " + quoted(response.id) +
+                                    " instead of " + quoted(id) + ").");
     if (response.exitCode < std::numeric_limits<std::int32_t>::min() ||
         response.exitCode > std::numeric_limits<std::int32_t>::max())
         throw HalywardError::failed("Halyward answered with the exit status " +
-                                    std::to_string(response.exitCode) +
-                                    ", which is out of range.");
+                                    std::to_string(response.exitCode) + ", which is out of range.");
     JSONValue payload;
     try {
         payload = JSONValue::parse(response.payload);

@@ -52,16 +52,16 @@ void makeSocketFolder(const std::string& socketPath) {
     struct stat info;
     if (::stat(folder.c_str(), &info) == 0) {
         if (S_ISDIR(info.st_mode)) return;
-        throw HalywardError::failed("Cannot make the control socket's folder " +
-                                    quoted(folder) + ": a file is in the way.");
+        throw HalywardError::failed("Cannot make the control socket's folder " + quoted(folder) +
+                                    ": a file is in the way.");
     }
     for (std::string::size_type end = folder.find('/', 1);; end = folder.find('/', end + 1)) {
         const std::string level = folder.substr(0, end);
         if (::mkdir(level.c_str(), 0700) == 0) {
             ::chmod(level.c_str(), 0700);  // the umask may have taken owner bits away
         } else if (errno != EEXIST) {
-            throw HalywardError::failed("Cannot make the control socket's folder " +
-                                        quoted(level) + ": " + systemError(errno) + ".");
+            throw HalywardError::failed("Cannot make the control socket's folder " + quoted(level) +
+                                        ": " + systemError(errno) + ".");
         }
         if (end == std::string::npos) break;
     }
@@ -83,21 +83,20 @@ void clearStaleSocket(const std::string& path) {
     detail::UniqueFd probe = detail::makeLocalSocket();
     int error = detail::connectLocalSocket(probe.get(), path);
     switch (error) {
-    case ECONNREFUSED:
-        if (::unlink(path.c_str()) != 0 && errno != ENOENT)
-            throw HalywardError::failed("Cannot remove the stale control socket " +
-                                        quoted(path) + ": " + systemError(errno) + ".");
-        return;
-    case ENOENT:
-        return;  // gone in the meantime
-    case 0:
-    case EAGAIN:
-    case EINPROGRESS:
-        throw HalywardError::unavailable("Another Halyward is already listening on " +
-                                         quoted(path) + ".");
-    default:
-        throw HalywardError::failed("Cannot use the control socket " + quoted(path) + ": " +
-                                    systemError(error) + ".");
+        case ECONNREFUSED:
+            if (::unlink(path.c_str()) != 0 && errno != ENOENT)
+                throw HalywardError::failed("Cannot remove the stale control socket " +
+                                            quoted(path) + ": " + systemError(errno) + ".");
+            return;
+        case ENOENT: return;  // gone in the meantime
+        case 0:
+        case EAGAIN:
+        case EINPROGRESS:
+            throw HalywardError::unavailable("Another Halyward is already listening on " +
+                                             quoted(path) + ".");
+        default:
+            throw HalywardError::failed("Cannot use the control socket " + quoted(path) + ": " +
+                                        systemError(error) + ".");
     }
 }
 
@@ -105,8 +104,7 @@ bool fromSameUser(int connection) {
 #if defined(SO_PEERCRED)
     ucred credentials{};
     socklen_t length = sizeof credentials;
-    if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0)
-        return false;
+    if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) return false;
     return credentials.uid == ::geteuid();
 #else
     uid_t user = 0;
@@ -118,7 +116,8 @@ bool fromSameUser(int connection) {
 
 detail::UniqueFd acceptConnection(int listener) {
 #if defined(SOCK_CLOEXEC) && defined(SOCK_NONBLOCK) && defined(__linux__)
-    detail::UniqueFd connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    detail::UniqueFd connection(
+        ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
 #else
     detail::UniqueFd connection(::accept(listener, nullptr, nullptr));
     if (connection.valid()) {
@@ -244,16 +243,16 @@ void ControlServer::Impl::listen() {
         if (error == EADDRINUSE)
             throw HalywardError::unavailable("Another Halyward is already listening on " +
                                              quoted(path) + ".");
-        throw HalywardError::failed("Cannot listen on " + quoted(path) + ": " +
-                                    systemError(error) + ".");
+        throw HalywardError::failed("Cannot listen on " + quoted(path) + ": " + systemError(error) +
+                                    ".");
     }
     struct stat info;
     if (::chmod(path.c_str(), 0600) != 0 || ::lstat(path.c_str(), &info) != 0 ||
         ::listen(socket.get(), SOMAXCONN) != 0) {
         int error = errno;
         ::unlink(path.c_str());
-        throw HalywardError::failed("Cannot listen on " + quoted(path) + ": " +
-                                    systemError(error) + ".");
+        throw HalywardError::failed("Cannot listen on " + quoted(path) + ": " + systemError(error) +
+                                    ".");
     }
     socketDevice = info.st_dev;
     socketInode = info.st_ino;
@@ -262,8 +261,7 @@ void ControlServer::Impl::listen() {
     if (::pipe(ends) != 0) {
         int error = errno;
         ::unlink(path.c_str());
-        throw HalywardError::failed("Cannot start the control server: " + systemError(error) +
-                                    ".");
+        throw HalywardError::failed("Cannot start the control server: " + systemError(error) + ".");
     }
     wakeReader.reset(ends[0]);
     wakeWriter.reset(ends[1]);
@@ -308,16 +306,17 @@ void ControlServer::Impl::runHandlers() {
             bytes = encodedResponse(job.request.id, runHandler(job.request.arguments));
         } catch (const std::exception&) {
             // Out of memory while encoding: the client still learns that its command ended.
-            bytes = "{\"id\":\"\",\"exitCode\":8,\"message\":\"The answer could not be "
-                    "encoded.\",\"payload\":\"{\\\"code\\\":\\\"failed\\\"}\"}\n";
+            bytes =
+                "{\"id\":\"\",\"exitCode\":8,\"message\":\"The answer could not be "
+                "encoded.\",\"payload\":\"{\\\"code\\\":\\\"failed\\\"}\"}\n";
         }
         // Writing the answer here rather than on the I/O thread spares the client one
         // thread hand-over. The socket stays open meanwhile: the I/O thread neither polls
         // nor expires nor closes a connection whose command is queued or running.
         std::size_t written = 0;
         while (written < bytes.size()) {
-            long sent = detail::sendNoSignal(job.socket, bytes.data() + written,
-                                             bytes.size() - written);
+            long sent =
+                detail::sendNoSignal(job.socket, bytes.data() + written, bytes.size() - written);
             if (sent > 0) {
                 written += static_cast<std::size_t>(sent);
             } else if (sent < 0 && errno == EINTR) {
@@ -367,9 +366,9 @@ void ControlServer::Impl::readFrom(std::uint64_t key, Connection& connection,
             std::size_t feed = connection.input.find('\n', before);
             if (std::min(feed, connection.input.size()) > maxRequestBytes) {
                 connection.input = std::string();
-                return answer(connection,
-                              encodedResponse("", failedOutput("The request is longer than 1 MiB.")),
-                              now);
+                return answer(
+                    connection,
+                    encodedResponse("", failedOutput("The request is longer than 1 MiB.")), now);
             }
             if (feed != std::string::npos) {
                 connection.input.resize(feed);
@@ -416,8 +415,8 @@ void ControlServer::Impl::dispatch(std::uint64_t key, Connection& connection,
     jobReady.notify_one();
 }
 
-void ControlServer::Impl::answer(Connection& connection, std::string bytes,
-                                 Clock::time_point now, std::size_t written) {
+void ControlServer::Impl::answer(Connection& connection, std::string bytes, Clock::time_point now,
+                                 std::size_t written) {
     connection.phase = Connection::Phase::writing;
     connection.output = std::move(bytes);
     connection.written = written;
@@ -463,8 +462,8 @@ void ControlServer::Impl::expire(Clock::time_point now) {
             // Tell a client that is merely slow why it is dropped; one that is not
             // listening loses nothing, as this answer is only tried once.
             connection.output = encodedResponse(
-                "", failedOutput("No request arrived within " + secondsText(options.ioTimeout) +
-                                 "."));
+                "",
+                failedOutput("No request arrived within " + secondsText(options.ioTimeout) + "."));
             connection.written = 0;
             writeTo(connection);
         }
@@ -486,14 +485,12 @@ void ControlServer::Impl::serveConnections() {
     }
 }
 
-void ControlServer::Impl::pollOnce(std::vector<pollfd>& watched,
-                                   std::vector<std::uint64_t>& keys) {
+void ControlServer::Impl::pollOnce(std::vector<pollfd>& watched, std::vector<std::uint64_t>& keys) {
     Clock::time_point now = Clock::now();
     watched.clear();
     keys.clear();
     watched.push_back({wakeReader.get(), POLLIN, 0});
-    const bool accepting =
-        connections.size() < options.maxConnections && now >= acceptPausedUntil;
+    const bool accepting = connections.size() < options.maxConnections && now >= acceptPausedUntil;
     if (accepting) watched.push_back({listener.get(), POLLIN, 0});
     const std::size_t firstConnection = watched.size();
 
@@ -523,8 +520,7 @@ void ControlServer::Impl::pollOnce(std::vector<pollfd>& watched,
 
     if (watched[0].revents != 0) {
         char drain[256];
-        while (::read(wakeReader.get(), drain, sizeof drain) > 0) {
-        }
+        while (::read(wakeReader.get(), drain, sizeof drain) > 0) {}
     }
     collectAnswers(now);
     for (std::size_t index = firstConnection; index < watched.size(); ++index) {
@@ -544,9 +540,7 @@ void ControlServer::Impl::pollOnce(std::vector<pollfd>& watched,
 
     // A connection whose client left while its command was queued or running keeps
     // its entry until the answer arrives and is dropped then.
-    std::erase_if(connections, [](const auto& entry) {
-        return !entry.second.socket.valid();
-    });
+    std::erase_if(connections, [](const auto& entry) { return !entry.second.socket.valid(); });
 }
 
 ControlServer::ControlServer(std::string socketPath, ControlHandler handler,

@@ -24,8 +24,8 @@ std::optional<HotkeyChord> parsedChord(std::string_view text) {
 void append(std::vector<EffectiveHotkey>& out, std::string_view chordText,
             std::string bundleIdentifier, std::string source) {
     if (auto chord = parsedChord(chordText)) {
-        out.push_back(EffectiveHotkey{chord->canonical(), std::move(bundleIdentifier),
-                                      std::move(source)});
+        out.push_back(
+            EffectiveHotkey{chord->canonical(), std::move(bundleIdentifier), std::move(source)});
     }
 }
 

@@ -20,8 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 
 [[noreturn]] void fail(const std::string& path, int error) {
-    throw HalywardError::failed("Halyward can't write “" + path + "”: " +
-                                std::generic_category().message(error) + ".");
+    throw HalywardError::failed("Halyward can't write “" + path +
+                                "”: " + std::generic_category().message(error) + ".");
 }
 
 std::string temporaryName() {
@@ -106,8 +106,7 @@ void writeBytes(const std::uint8_t* bytes, std::size_t size, std::string_view pa
     if (error) fail(pathString, error.value());
 
     Temporary temporary((folder / temporaryName()).string());
-    const int fd =
-        ::open(temporary.path().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int fd = ::open(temporary.path().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0) {
         // Nothing was created, so there is nothing to remove.
         temporary.commit();

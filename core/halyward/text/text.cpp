@@ -44,11 +44,17 @@ Scalar decodeAt(std::string_view text, std::size_t pos) {
     char32_t value;
     char32_t minimum;
     if ((first & 0xE0) == 0xC0) {
-        need = 1; value = first & 0x1F; minimum = 0x80;
+        need = 1;
+        value = first & 0x1F;
+        minimum = 0x80;
     } else if ((first & 0xF0) == 0xE0) {
-        need = 2; value = first & 0x0F; minimum = 0x800;
+        need = 2;
+        value = first & 0x0F;
+        minimum = 0x800;
     } else if ((first & 0xF8) == 0xF0) {
-        need = 3; value = first & 0x07; minimum = 0x10000;
+        need = 3;
+        value = first & 0x07;
+        minimum = 0x10000;
     } else {
         return {kReplacement, 1};
     }
@@ -129,28 +135,29 @@ bool isLineBreak(char32_t c) {
 bool isWhitespace(char32_t c) {
     if (c == 0x20 || c == 0x09 || isLineBreak(c)) return true;
     if (c < 0xA0) return false;
-    return c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F ||
-           c == 0x205F || c == 0x3000;
+    return c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F || c == 0x205F ||
+           c == 0x3000;
 }
 
 bool isLetter(char32_t c) {
     if (c < 0x80) return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
     switch (utf8proc_category(static_cast<utf8proc_int32_t>(c))) {
-        case UTF8PROC_CATEGORY_LU: case UTF8PROC_CATEGORY_LL: case UTF8PROC_CATEGORY_LT:
-        case UTF8PROC_CATEGORY_LM: case UTF8PROC_CATEGORY_LO:
-            return true;
-        default:
-            return false;
+        case UTF8PROC_CATEGORY_LU:
+        case UTF8PROC_CATEGORY_LL:
+        case UTF8PROC_CATEGORY_LT:
+        case UTF8PROC_CATEGORY_LM:
+        case UTF8PROC_CATEGORY_LO: return true;
+        default: return false;
     }
 }
 
 bool isNumber(char32_t c) {
     if (c < 0x80) return c >= '0' && c <= '9';
     switch (utf8proc_category(static_cast<utf8proc_int32_t>(c))) {
-        case UTF8PROC_CATEGORY_ND: case UTF8PROC_CATEGORY_NL: case UTF8PROC_CATEGORY_NO:
-            return true;
-        default:
-            return false;
+        case UTF8PROC_CATEGORY_ND:
+        case UTF8PROC_CATEGORY_NL:
+        case UTF8PROC_CATEGORY_NO: return true;
+        default: return false;
     }
 }
 

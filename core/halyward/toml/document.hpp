@@ -88,7 +88,8 @@ public:
         return TOMLNode(TOMLHeader{std::move(path), std::move(trailing)});
     }
     static TOMLNode key(TOMLPath table, std::string key, TOMLValue value, std::string trailing) {
-        return TOMLNode(TOMLKey{std::move(table), std::move(key), std::move(value), std::move(trailing)});
+        return TOMLNode(
+            TOMLKey{std::move(table), std::move(key), std::move(value), std::move(trailing)});
     }
 
     Kind kind() const { return static_cast<Kind>(storage_.index()); }

@@ -70,7 +70,8 @@ void appendInteger(std::string& into, std::int64_t value) {
 }
 
 bool isWholeInt64(double value) {
-    return value == std::trunc(value) && value >= -9223372036854775808.0 && value < 9223372036854775808.0;
+    return value == std::trunc(value) && value >= -9223372036854775808.0 &&
+           value < 9223372036854775808.0;
 }
 
 void appendDouble(std::string& into, double value) {
@@ -84,7 +85,8 @@ void appendDouble(std::string& into, double value) {
         // The shortest plain decimal form, never an exponent, which the parser does not
         // read: at most 309 digits before the point or about 340 after it.
         char buffer[512];
-        const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+        const auto result =
+            std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
         const std::string_view written(buffer, static_cast<std::size_t>(result.ptr - buffer));
         into += written;
         // Whole values beyond the integer range need a point to read back as doubles.

@@ -54,11 +54,10 @@ std::optional<std::int64_t> firstGroupNumber(const Pattern& pattern, std::string
     if (!data) return std::nullopt;
     // An empty view may carry a null pointer, which older PCRE2 releases refuse.
     const auto* subject = reinterpret_cast<PCRE2_SPTR>(title.empty() ? "" : title.data());
-    const int rc = pattern.jit
-                       ? pcre2_jit_match(pattern.code.get(), subject, title.size(), 0, 0,
-                                         data.get(), nullptr)
-                       : pcre2_match(pattern.code.get(), subject, title.size(), 0, 0, data.get(),
-                                     nullptr);
+    const int rc =
+        pattern.jit
+            ? pcre2_jit_match(pattern.code.get(), subject, title.size(), 0, 0, data.get(), nullptr)
+            : pcre2_match(pattern.code.get(), subject, title.size(), 0, 0, data.get(), nullptr);
     if (rc < 2) return std::nullopt;
     const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(data.get());
     if (ovector[2] == PCRE2_UNSET || ovector[3] < ovector[2]) return std::nullopt;

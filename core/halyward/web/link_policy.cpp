@@ -31,10 +31,16 @@ bool isSchemeCharacter(unsigned char c) {
 bool neverAllowedRaw(unsigned char c) {
     if (c <= 0x20 || c >= 0x7F) return true;
     switch (c) {
-        case '"': case '<': case '>': case '\\': case '^': case '`': case '{': case '|': case '}':
-            return true;
-        default:
-            return false;
+        case '"':
+        case '<':
+        case '>':
+        case '\\':
+        case '^':
+        case '`':
+        case '{':
+        case '|':
+        case '}': return true;
+        default: return false;
     }
 }
 
@@ -65,7 +71,8 @@ std::string encodeLeniently(std::string_view text) {
     std::size_t schemeEnd = 0;
     if (!stripped.empty() && isSchemeStart(static_cast<unsigned char>(stripped[0]))) {
         std::size_t i = 1;
-        while (i < stripped.size() && isSchemeCharacter(static_cast<unsigned char>(stripped[i]))) ++i;
+        while (i < stripped.size() && isSchemeCharacter(static_cast<unsigned char>(stripped[i])))
+            ++i;
         if (i < stripped.size() && stripped[i] == ':') schemeEnd = i + 1;
     }
     if (stripped.compare(schemeEnd, 2, "//") == 0) authorityStart = schemeEnd + 2;
@@ -189,8 +196,8 @@ bool hasOAuthQueryName(std::string_view query) {
 }
 
 bool isPathOrSubPath(std::string_view path, std::string_view base) {
-    return path == base || (text::startsWith(path, base) && path.size() > base.size() &&
-                            path[base.size()] == '/');
+    return path == base ||
+           (text::startsWith(path, base) && path.size() > base.size() && path[base.size()] == '/');
 }
 
 }  // namespace
@@ -245,8 +252,7 @@ bool isAuthNavigation(std::string_view text) {
     const std::string path = text::lowercased(url->path());
     const bool codeHosting =
         bareHost == kCodeHostingHost ||
-        (text::endsWith(bareHost, kCodeHostingHost) &&
-         bareHost.size() > kCodeHostingHost.size() &&
+        (text::endsWith(bareHost, kCodeHostingHost) && bareHost.size() > kCodeHostingHost.size() &&
          bareHost[bareHost.size() - kCodeHostingHost.size() - 1] == '.');
     if (codeHosting && (isPathOrSubPath(path, "/login") || isPathOrSubPath(path, "/sessions"))) {
         return true;
