@@ -3,9 +3,9 @@
 // and exits with its status. It links no GUI library and reads nothing before the
 // arguments are parsed, so that `halyward version` starts as fast as a bare program.
 
-#include "halyward/cli/command_parser.hpp"
-#include "halyward/cli/command_router.hpp"
-#include "halyward/cli/targets.hpp"
+#include "halyward/commands/command_parser.hpp"
+#include "halyward/commands/command_router.hpp"
+#include "halyward/commands/targets.hpp"
 #include "halyward/control/control_client.hpp"
 #include "halyward/system/paths.hpp"
 #include "halyward/text/text.hpp"

@@ -4,7 +4,7 @@
 // answered "unavailable" by the router. It prints "ready" once it listens and stops when
 // its standard input closes.
 
-#include "halyward/cli/command_router.hpp"
+#include "halyward/commands/command_router.hpp"
 #include "halyward/control/control_server.hpp"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
 #pragma once
 /// One parsed command line: the four global settings and the command.
 
-#include "halyward/cli/command.hpp"
+#include "halyward/commands/command.hpp"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "halyward/cli/targets.hpp"
+#include "halyward/commands/targets.hpp"
 
 #include "halyward/base/error.hpp"
 #include "halyward/text/text.hpp"

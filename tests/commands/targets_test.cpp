@@ -1,4 +1,4 @@
-#include "halyward/cli/targets.hpp"
+#include "halyward/commands/targets.hpp"
 
 #include "support/scratch_folder.hpp"
 

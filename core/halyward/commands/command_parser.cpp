@@ -1,4 +1,4 @@
-#include "halyward/cli/command_parser.hpp"
+#include "halyward/commands/command_parser.hpp"
 
 #include "halyward/base/error.hpp"
 

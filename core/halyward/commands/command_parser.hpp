@@ -3,8 +3,8 @@
 /// parser reads the arguments typed at the shell and those that arrive over the control
 /// protocol, and it never touches the disk, the configuration or the running app.
 
-#include "halyward/cli/command.hpp"
-#include "halyward/cli/invocation.hpp"
+#include "halyward/commands/command.hpp"
+#include "halyward/commands/invocation.hpp"
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "halyward/cli/skills.hpp"
+#include "halyward/commands/skills.hpp"
 
 #include "halyward/base/error.hpp"
-#include "halyward/cli/help_text.hpp"
+#include "halyward/commands/help_text.hpp"
 #include "halyward/system/atomic_file.hpp"
 
 #include <algorithm>

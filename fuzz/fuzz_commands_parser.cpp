@@ -2,7 +2,7 @@
 // with a usage error, the same way every time, and a leading --json must change nothing
 // but the json flag.
 #include "halyward/base/error.hpp"
-#include "halyward/cli/command_parser.hpp"
+#include "halyward/commands/command_parser.hpp"
 
 #include <cstddef>
 #include <cstdint>

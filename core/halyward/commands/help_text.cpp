@@ -1,4 +1,4 @@
-#include "halyward/cli/help_text.hpp"
+#include "halyward/commands/help_text.hpp"
 
 namespace halyward::HelpText {
 

@@ -1,4 +1,4 @@
-#include "halyward/cli/doctor.hpp"
+#include "halyward/commands/doctor.hpp"
 
 #include "halyward/base/error.hpp"
 #include "halyward/hotkeys/effective_hotkeys.hpp"

@@ -5,8 +5,8 @@
 /// running app; only the CommandContext differs.
 
 #include "halyward/base/command_output.hpp"
-#include "halyward/cli/invocation.hpp"
-#include "halyward/cli/targets.hpp"
+#include "halyward/commands/invocation.hpp"
+#include "halyward/commands/targets.hpp"
 
 #include <functional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "halyward/cli/command.hpp"
+#include "halyward/commands/command.hpp"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
-#include "halyward/cli/command_parser.hpp"
+#include "halyward/commands/command_parser.hpp"
 #include "halyward/base/error.hpp"
-#include "halyward/cli/help_text.hpp"
+#include "halyward/commands/help_text.hpp"
 #include "halyward/tiling/tile_slot.hpp"
 
 #include <gtest/gtest.h>

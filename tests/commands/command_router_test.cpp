@@ -1,4 +1,4 @@
-#include "halyward/cli/command_router.hpp"
+#include "halyward/commands/command_router.hpp"
 #include "halyward/config/config_file.hpp"
 #include "halyward/system/paths.hpp"
 
