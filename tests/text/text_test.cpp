@@ -41,7 +41,7 @@ TEST(text, graphemes_keep_combining_marks_emoji_and_crlf_together) {
 
 TEST(text, decoding_rejects_overlong_surrogates_and_out_of_range) {
     const std::string bad[] = {"\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                               "\xF8\x88\x80\x80\x80"};
+                               "\xF8\x88\x80\x80\x80", "\xE2\x82", "\x80"};
     for (const auto& s : bad)
         EXPECT_EQ(std::pair(decodeAt(s, 0).value, decodeAt(s, 0).length),
                   std::pair(U'\uFFFD', std::size_t{1}));
@@ -55,6 +55,8 @@ TEST(text, decoding_rejects_overlong_surrogates_and_out_of_range) {
 
 TEST(text, case_mapping_and_classes_follow_unicode) {
     EXPECT_EQ(lowercased("ÀBÇ Straße \xFF"), "àbç straße \xFF");
+    EXPECT_EQ(lowercased("\u0130stanbul \xC4"), "i\u0307stanbul \xC4");  // full mapping
+    EXPECT_EQ(quoted("a b"), "\u201Ca b\u201D");
     EXPECT_EQ(uppercased("àb"), "ÀB");
     EXPECT_TRUE(isLetterOrNumber(U'\u0661') && isNumber(U'\u00BD') &&
                 isLetter(U'\u4E2D'));  // ١ ½ 中

@@ -4,10 +4,9 @@
 #include "halyward/hotkeys/effective_hotkeys.hpp"
 #include "halyward/hotkeys/hotkey_parser.hpp"
 #include "halyward/hotkeys/tile_keys.hpp"
+#include "halyward/text/regex.hpp"
+#include "halyward/text/text.hpp"
 #include "halyward/tiling/tile_slot.hpp"
-
-#define PCRE2_CODE_UNIT_WIDTH 8
-#include <pcre2.h>
 
 #include <algorithm>
 #include <set>
@@ -15,8 +14,6 @@
 namespace halyward {
 
 namespace {
-
-std::string quotedWord(std::string_view word) { return "“" + std::string(word) + "”"; }
 
 DoctorFinding configFinding(std::string message) {
     return {"config", std::move(message), ExitCode::config};
@@ -28,7 +25,7 @@ void checkChord(std::vector<DoctorFinding>& findings, std::string_view where,
     try {
         const HotkeyChord parsed = HotkeyParser::parse(chord);
         if (!hasLeader && parsed.modifiers.count(HotkeyModifier::leader) > 0) {
-            findings.push_back(configFinding(std::string(where) + ": " + quotedWord(chord) +
+            findings.push_back(configFinding(std::string(where) + ": " + text::quoted(chord) +
                                              " uses the leader key, but leader_key is not set."));
         }
     } catch (const HalywardError& error) {
@@ -40,7 +37,7 @@ void checkTile(std::vector<DoctorFinding>& findings, std::string_view where,
                std::string_view tile) {
     if (!parseTileSlot(tile)) {
         findings.push_back(
-            configFinding(std::string(where) + ": " + quotedWord(tile) + " is not a tile name."));
+            configFinding(std::string(where) + ": " + text::quoted(tile) + " is not a tile name."));
     }
 }
 
@@ -50,7 +47,7 @@ std::string tableName(std::string_view family, std::string_view name) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
                c == '-' || c == '_';
     });
-    return "[" + std::string(family) + "." + (bare ? std::string(name) : quotedWord(name)) + "]";
+    return "[" + std::string(family) + "." + (bare ? std::string(name) : text::quoted(name)) + "]";
 }
 
 }  // namespace
@@ -83,7 +80,7 @@ std::vector<DoctorFinding> doctorFindings(
     for (const TileKeyBinding& binding : TileKeys::bindings()) actions.insert(binding.id);
     for (const auto& [action, chord] : general.tileHotkeys) {
         if (actions.count(action) == 0) {
-            findings.push_back(configFinding("[tile_hotkeys] " + quotedWord(action) +
+            findings.push_back(configFinding("[tile_hotkeys] " + text::quoted(action) +
                                              " is not a tile action, so its chord does nothing."));
             continue;
         }
@@ -99,7 +96,7 @@ std::vector<DoctorFinding> doctorFindings(
             checkTile(findings, where + " tile", *app.spec.tile);
     }
     for (const NativeHotkey& hotkey : config.hotkeys) {
-        checkChord(findings, "[hotkeys] " + quotedWord(hotkey.chord), hotkey.chord, hasLeader);
+        checkChord(findings, "[hotkeys] " + text::quoted(hotkey.chord), hotkey.chord, hasLeader);
     }
 
     for (const HotkeyConflict& conflict : hotkeyConflicts(config)) {
@@ -113,7 +110,7 @@ std::vector<DoctorFinding> doctorFindings(
         if (rule.titlePattern) {
             if (auto reason = titlePatternError(*rule.titlePattern)) {
                 findings.push_back(
-                    configFinding(where + " title: " + quotedWord(*rule.titlePattern) +
+                    configFinding(where + " title: " + text::quoted(*rule.titlePattern) +
                                   " is not a valid regular expression: " + *reason + "."));
             }
         }
@@ -132,12 +129,12 @@ std::vector<DoctorFinding> doctorFindings(
         const std::optional<std::string> folder = webAppBundleFolder(appsDirectory, app.spec.name);
         if (!folder) {
             findings.push_back(configFinding(tableName("apps", app.slug) +
-                                             " name: " + quotedWord(app.spec.name) +
+                                             " name: " + text::quoted(app.spec.name) +
                                              " cannot be the name of an app bundle."));
         } else if (!pathExists || !pathExists(*folder)) {
             findings.push_back({"not_found",
-                                "The web app " + quotedWord(app.spec.name) +
-                                    " has no app bundle: " + quotedWord(*folder) + " is missing.",
+                                "The web app " + text::quoted(app.spec.name) +
+                                    " has no app bundle: " + text::quoted(*folder) + " is missing.",
                                 ExitCode::notFound});
         }
     }
@@ -176,18 +173,9 @@ std::optional<std::string> webAppBundleFolder(std::string_view appsDirectory,
 }
 
 std::optional<std::string> titlePatternError(std::string_view pattern) {
-    int errorCode = 0;
-    PCRE2_SIZE errorOffset = 0;
-    pcre2_code* code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
-                                     PCRE2_UTF | PCRE2_UCP, &errorCode, &errorOffset, nullptr);
-    if (code) {
-        pcre2_code_free(code);
-        return std::nullopt;
-    }
-    PCRE2_UCHAR buffer[256];
-    const int length = pcre2_get_error_message(errorCode, buffer, sizeof buffer);
-    if (length < 0) return "error " + std::to_string(errorCode);
-    return std::string(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(length));
+    const text::Regex compiled(pattern);
+    if (compiled.valid()) return std::nullopt;
+    return compiled.error();
 }
 
 }  // namespace halyward

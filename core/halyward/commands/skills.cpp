@@ -3,6 +3,7 @@
 #include "halyward/base/error.hpp"
 #include "halyward/commands/help_text.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/text/text.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -18,8 +19,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kFrontMatter = "---\nname: halyward\n";
-
-std::string quotedWord(std::string_view word) { return "“" + std::string(word) + "”"; }
 
 /// The file's first bytes, enough to tell whose skill it is; none when it is not there.
 std::optional<std::string> readHead(const std::string& path, std::size_t limit) {
@@ -114,14 +113,14 @@ bool install(const std::string& folder, AgentConfig& agents) {
     std::error_code error;
     const fs::file_status status = fs::status(folder, error);
     if (fs::exists(status) && !fs::is_directory(status)) {
-        throw HalywardError::usage(quotedWord(folder) + " is a file, not a folder.");
+        throw HalywardError::usage(text::quoted(folder) + " is a file, not a folder.");
     }
     const std::string file = skillFile(folder);
     const std::string& wanted = skillText();
     bool changed = false;
     const std::optional<std::string> present = readHead(file, wanted.size() + 1);
     if (present && !isOurs(*present)) {
-        throw HalywardError::conflict(quotedWord(file) +
+        throw HalywardError::conflict(text::quoted(file) +
                                       " belongs to another skill; Halyward leaves it alone.");
     }
     if (present != wanted) {
@@ -145,17 +144,17 @@ void uninstall(const std::string& folder, AgentConfig& agents) {
     const std::optional<std::string> present = readHead(file, kFrontMatter.size());
     if (!present && !recorded) {
         throw HalywardError::notFound("The Halyward skill is not installed in " +
-                                      quotedWord(folder) + ".");
+                                      text::quoted(folder) + ".");
     }
     if (present) {
         if (!isOurs(*present)) {
-            throw HalywardError::conflict(quotedWord(file) +
+            throw HalywardError::conflict(text::quoted(file) +
                                           " belongs to another skill; Halyward leaves it alone.");
         }
         std::error_code error;
         fs::remove(file, error);
         if (error) {
-            throw HalywardError::failed("Halyward can't remove " + quotedWord(file) + ": " +
+            throw HalywardError::failed("Halyward can't remove " + text::quoted(file) + ": " +
                                         error.message() + ".");
         }
         // The skill's own folder goes too, but only when nothing else was put in it.

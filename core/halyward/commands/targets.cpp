@@ -2,14 +2,10 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/text/text.hpp"
+#include "halyward/webapps/bundle_info.hpp"
 
-#include <plist/plist.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <memory>
 #include <set>
 #include <system_error>
 
@@ -18,8 +14,6 @@ namespace halyward {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string quotedWord(std::string_view word) { return "“" + std::string(word) + "”"; }
 
 /// The first record whose field (chosen by `field`) equals `word`, exactly or else
 /// ignoring case.
@@ -65,40 +59,13 @@ std::optional<std::string> desktopEntryName(const fs::path& file) {
     return name;
 }
 
-// Info.plist files of real bundles are a few kilobytes; a larger file is not one.
-constexpr std::uintmax_t kMaxInfoPlistBytes = 1 << 20;
-
-struct PlistDeleter {
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistPtr = std::unique_ptr<void, PlistDeleter>;
-
-std::optional<std::string> plistString(plist_t dictionary, const char* key) {
-    plist_t node = plist_dict_get_item(dictionary, key);
-    if (!node || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
-    char* raw = nullptr;
-    plist_get_string_val(node, &raw);
-    if (!raw) return std::nullopt;
-    std::string value(raw);
-    std::free(raw);  // allocated with malloc by libplist
-    return value;
-}
-
 std::optional<InstalledApplication> bundleAt(const fs::path& bundle) {
-    const fs::path info = bundle / "Contents" / "Info.plist";
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(info, error);
-    if (error || size > kMaxInfoPlistBytes) return std::nullopt;
-    std::ifstream in(info, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    plist_t raw = nullptr;
-    plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &raw);
-    const PlistPtr root(raw);
-    if (!root || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;
-    std::optional<std::string> identifier = plistString(root.get(), "CFBundleIdentifier");
+    const std::optional<BundleInfo> info = readBundleInfo(bundle);
+    if (!info) return std::nullopt;
+    std::optional<std::string> identifier = info->string("CFBundleIdentifier");
     if (!identifier || identifier->empty()) return std::nullopt;
-    std::optional<std::string> name = plistString(root.get(), "CFBundleDisplayName");
-    if (!name || name->empty()) name = plistString(root.get(), "CFBundleName");
+    std::optional<std::string> name = info->string("CFBundleDisplayName");
+    if (!name || name->empty()) name = info->string("CFBundleName");
     if (!name || name->empty()) name = bundle.stem().string();
     return InstalledApplication{*name, *identifier};
 }
@@ -156,7 +123,7 @@ Target resolveTarget(std::string_view word, const HalywardConfig& config,
                     application->name, std::nullopt};
         }
     }
-    throw HalywardError::notFound("No web app or application is called " + quotedWord(word) +
+    throw HalywardError::notFound("No web app or application is called " + text::quoted(word) +
                                   ". Use a web app's name, an application's name or a bundle "
                                   "identifier such as com.apple.Safari.");
 }

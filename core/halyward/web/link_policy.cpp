@@ -142,7 +142,7 @@ std::optional<std::string> hostOf(const std::optional<boost::urls::url>& url) {
 }
 
 std::string_view withoutWWW(std::string_view host) {
-    return text::startsWith(host, "www.") ? host.substr(4) : host;
+    return host.starts_with("www.") ? host.substr(4) : host;
 }
 
 bool isHTTP(std::string_view scheme) { return scheme == "http" || scheme == "https"; }
@@ -197,7 +197,7 @@ bool hasOAuthQueryName(std::string_view query) {
 
 bool isPathOrSubPath(std::string_view path, std::string_view base) {
     return path == base ||
-           (text::startsWith(path, base) && path.size() > base.size() && path[base.size()] == '/');
+           (path.starts_with(base) && path.size() > base.size() && path[base.size()] == '/');
 }
 
 }  // namespace
@@ -231,7 +231,7 @@ bool isBlankNavigation(std::string_view text) {
     const bool whole = text.size() <= kPrefix;
     const std::string lower = text::lowercased(text.substr(0, kPrefix));
     if (whole && (lower == "about:blank" || lower == "about:blank/")) return true;
-    return text::startsWith(lower, "about:blank?") || text::startsWith(lower, "about:blank#");
+    return lower.starts_with("about:blank?") || lower.starts_with("about:blank#");
 }
 
 bool isOffSite(std::string_view appURL, std::string_view targetURL) {
@@ -252,7 +252,7 @@ bool isAuthNavigation(std::string_view text) {
     const std::string path = text::lowercased(url->path());
     const bool codeHosting =
         bareHost == kCodeHostingHost ||
-        (text::endsWith(bareHost, kCodeHostingHost) && bareHost.size() > kCodeHostingHost.size() &&
+        (bareHost.ends_with(kCodeHostingHost) && bareHost.size() > kCodeHostingHost.size() &&
          bareHost[bareHost.size() - kCodeHostingHost.size() - 1] == '.');
     if (codeHosting && (isPathOrSubPath(path, "/login") || isPathOrSubPath(path, "/sessions"))) {
         return true;
