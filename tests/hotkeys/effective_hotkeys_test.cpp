@@ -117,3 +117,23 @@ TEST(configured_hotkey, first_web_app_wins_then_hotkeys_table) {
     };
     for (const auto& c : cases) EXPECT_EQ(configuredHotkey(config, c.bundle), c.chord) << c.bundle;
 }
+
+TEST(hotkey_source, text_form_round_trips_and_unknown_text_is_builtin) {
+    using Kind = HotkeySource::Kind;
+    struct Case {
+        std::string text;
+        HotkeySource source;
+        std::string encoded;
+    };
+    const Case cases[] = {
+        {"app:mail", {Kind::webApp, "mail"}, "app:mail"},
+        {"app:", {Kind::webApp, ""}, "app:"},
+        {"hotkeys", {Kind::hotkeysTable, ""}, "hotkeys"},
+        {"builtin", {Kind::builtin, ""}, "builtin"},
+        {"App:mail", {Kind::builtin, ""}, "builtin"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(HotkeySource::decode(c.text), c.source) << c.text;
+        EXPECT_EQ(c.source.encode(), c.encoded) << c.text;
+    }
+}
