@@ -1,5 +1,6 @@
 #include "halyward/control/control_server.hpp"
 #include "halyward/control/control_client.hpp"
+#include "halyward/control/internal/local_socket.hpp"
 #include "halyward/control/rpc_codec.hpp"
 #include "support/scratch_folder.hpp"
 
@@ -48,7 +49,7 @@ struct EchoHandler {
 // Writes `bytes` on a fresh connection, optionally closes the writing side, and returns
 // everything the server sends until it closes.
 std::string rawExchange(const std::string& path, const std::string& bytes, bool halfClose) {
-    detail::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
@@ -211,7 +212,7 @@ TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
     fs::create_directories(folder / "run");
     {
         // A server that died without cleaning up leaves its socket file behind.
-        detail::UniqueFd dead = detail::makeLocalSocket();
+        UniqueFd dead = detail::makeLocalSocket();
         ASSERT_EQ(detail::bindLocalSocket(dead.get(), path), 0);
     }
     ControlServer server(path, handler);

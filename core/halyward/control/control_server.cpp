@@ -1,9 +1,11 @@
 #include "halyward/control/control_server.hpp"
 
 #include "halyward/base/error.hpp"
-#include "halyward/base/json.hpp"
-#include "halyward/control/control_client.hpp"
+#include "halyward/base/number_text.hpp"
+#include "halyward/control/internal/local_socket.hpp"
+#include "halyward/control/internal/server_socket.hpp"
 #include "halyward/control/rpc_codec.hpp"
+#include "halyward/text/text.hpp"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -15,6 +17,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <system_error>
@@ -34,104 +37,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string quoted(std::string_view text) { return "\u201C" + std::string(text) + "\u201D"; }
-
-std::string systemError(int error) { return std::strerror(error); }
-
 CommandOutput failedOutput(std::string message) {
     return CommandOutput::fromError(HalywardError::failed(std::move(message)));
-}
-
-// The folder that holds the socket: made with 0700 at every level we create, so no other
-// user can reach the socket through a folder of ours. Folders that already exist are the
-// user's own business and keep their modes.
-void makeSocketFolder(const std::string& socketPath) {
-    std::string::size_type slash = socketPath.rfind('/');
-    if (slash == std::string::npos || slash == 0) return;  // the working folder or "/"
-    const std::string folder = socketPath.substr(0, slash);
-    struct stat info;
-    if (::stat(folder.c_str(), &info) == 0) {
-        if (S_ISDIR(info.st_mode)) return;
-        throw HalywardError::failed("Cannot make the control socket's folder " + quoted(folder) +
-                                    ": a file is in the way.");
-    }
-    for (std::string::size_type end = folder.find('/', 1);; end = folder.find('/', end + 1)) {
-        const std::string level = folder.substr(0, end);
-        if (::mkdir(level.c_str(), 0700) == 0) {
-            ::chmod(level.c_str(), 0700);  // the umask may have taken owner bits away
-        } else if (errno != EEXIST) {
-            throw HalywardError::failed("Cannot make the control socket's folder " + quoted(level) +
-                                        ": " + systemError(errno) + ".");
-        }
-        if (end == std::string::npos) break;
-    }
-}
-
-// A socket file can outlive the server that made it (a crash, a kill -9). One that
-// refuses connections is such a leftover and is removed; one that answers belongs to a
-// live server and is left alone. Anything that is not a socket is never removed.
-void clearStaleSocket(const std::string& path) {
-    struct stat info;
-    if (::lstat(path.c_str(), &info) != 0) {
-        if (errno == ENOENT) return;
-        throw HalywardError::failed("Cannot use the control socket " + quoted(path) + ": " +
-                                    systemError(errno) + ".");
-    }
-    if (!S_ISSOCK(info.st_mode))
-        throw HalywardError::failed("Cannot use the control socket " + quoted(path) +
-                                    ": a file that is not a socket is already there.");
-    detail::UniqueFd probe = detail::makeLocalSocket();
-    int error = detail::connectLocalSocket(probe.get(), path);
-    switch (error) {
-        case ECONNREFUSED:
-            if (::unlink(path.c_str()) != 0 && errno != ENOENT)
-                throw HalywardError::failed("Cannot remove the stale control socket " +
-                                            quoted(path) + ": " + systemError(errno) + ".");
-            return;
-        case ENOENT: return;  // gone in the meantime
-        case 0:
-        case EAGAIN:
-        case EINPROGRESS:
-            throw HalywardError::unavailable("Another Halyward is already listening on " +
-                                             quoted(path) + ".");
-        default:
-            throw HalywardError::failed("Cannot use the control socket " + quoted(path) + ": " +
-                                        systemError(error) + ".");
-    }
-}
-
-bool fromSameUser(int connection) {
-#if defined(SO_PEERCRED)
-    ucred credentials{};
-    socklen_t length = sizeof credentials;
-    if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0) return false;
-    return credentials.uid == ::geteuid();
-#else
-    uid_t user = 0;
-    gid_t group = 0;
-    if (::getpeereid(connection, &user, &group) != 0) return false;
-    return user == ::geteuid();
-#endif
-}
-
-detail::UniqueFd acceptConnection(int listener) {
-#if defined(SOCK_CLOEXEC) && defined(SOCK_NONBLOCK) && defined(__linux__)
-    detail::UniqueFd connection(
-        ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-#else
-    detail::UniqueFd connection(::accept(listener, nullptr, nullptr));
-    if (connection.valid()) {
-        ::fcntl(connection.get(), F_SETFD, FD_CLOEXEC);
-        ::fcntl(connection.get(), F_SETFL, ::fcntl(connection.get(), F_GETFL) | O_NONBLOCK);
-    }
-#endif
-#ifdef SO_NOSIGPIPE
-    if (connection.valid()) {
-        int on = 1;
-        ::setsockopt(connection.get(), SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
-    }
-#endif
-    return connection;
 }
 
 // The id of a line that is not a valid request, when it is at least a JSON object with a
@@ -147,7 +54,7 @@ std::string salvagedId(std::string_view line) {
 
 std::string secondsText(std::chrono::milliseconds duration) {
     std::string text;
-    appendJSONDouble(text, static_cast<double>(duration.count()) / 1000.0);
+    appendDouble(text, static_cast<double>(duration.count()) / 1000.0, DoubleNotation::shortest);
     return text + (duration == std::chrono::seconds(1) ? " second" : " seconds");
 }
 
@@ -156,12 +63,22 @@ std::string encodedResponse(const std::string& id, const CommandOutput& output) 
     return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 
+// What one request's work shares with the handler thread that waits for it. Owned jointly,
+// because an executor may keep the work after the server has gone.
+struct Handoff {
+    enum class State { queued, running, finished, abandoned };
+    std::mutex mutex;
+    std::condition_variable changed;
+    State state = State::queued;
+    std::optional<CommandOutput> output;
+};
+
 }  // namespace
 
 struct ControlServer::Impl {
     struct Connection {
         enum class Phase { reading, waiting, writing };
-        detail::UniqueFd socket;
+        UniqueFd socket;
         Phase phase = Phase::reading;
         std::string input;
         std::string output;
@@ -179,8 +96,12 @@ struct ControlServer::Impl {
         std::size_t written;
     };
 
-    Impl(std::string path, ControlHandler handler, ControlServerOptions options)
-        : path(std::move(path)), handler(std::move(handler)), options(sensible(options)) {}
+    Impl(std::string path, ControlHandler handler, ControlServerOptions options,
+         ControlExecutor executor)
+        : path(std::move(path)),
+          handler(std::move(handler)),
+          executor(std::move(executor)),
+          options(sensible(options)) {}
 
     static ControlServerOptions sensible(ControlServerOptions options) {
         options.ioTimeout = std::max(options.ioTimeout, std::chrono::milliseconds(1));
@@ -190,11 +111,12 @@ struct ControlServer::Impl {
 
     const std::string path;
     const ControlHandler handler;
+    const ControlExecutor executor;
     const ControlServerOptions options;
 
-    detail::UniqueFd listener;
-    detail::UniqueFd wakeReader;
-    detail::UniqueFd wakeWriter;
+    UniqueFd listener;
+    UniqueFd wakeReader;
+    UniqueFd wakeWriter;
     // The socket file we made, so stop() never removes one a newer server put there.
     dev_t socketDevice = 0;
     ino_t socketInode = 0;
@@ -207,6 +129,8 @@ struct ControlServer::Impl {
     std::condition_variable jobReady;
     std::deque<Job> jobs;
     std::deque<Answer> answers;
+    // The work handed to the executor and not yet finished, so stop() can wake its waiter.
+    std::shared_ptr<Handoff> handedOff;
 
     // Owned by the I/O thread alone.
     std::map<std::uint64_t, Connection> connections;
@@ -219,6 +143,7 @@ struct ControlServer::Impl {
     void pollOnce(std::vector<pollfd>& watched, std::vector<std::uint64_t>& keys);
     void runHandlers();
     CommandOutput runHandler(const std::vector<std::string>& arguments) const;
+    std::optional<CommandOutput> execute(std::vector<std::string> arguments);
 
     void acceptAll(Clock::time_point now);
     void readFrom(std::uint64_t key, Connection& connection, Clock::time_point now);
@@ -231,37 +156,13 @@ struct ControlServer::Impl {
 };
 
 void ControlServer::Impl::listen() {
-    detail::requireSocketPath(path);
-    makeSocketFolder(path);
-    clearStaleSocket(path);
-
-    detail::UniqueFd socket = detail::makeLocalSocket();
-    // On Linux the socket file takes the socket's own mode at bind time, so this closes
-    // the moment between bind and chmod in which the file would carry the umask's mode.
-    ::fchmod(socket.get(), 0600);
-    if (int error = detail::bindLocalSocket(socket.get(), path); error != 0) {
-        if (error == EADDRINUSE)
-            throw HalywardError::unavailable("Another Halyward is already listening on " +
-                                             quoted(path) + ".");
-        throw HalywardError::failed("Cannot listen on " + quoted(path) + ": " + systemError(error) +
-                                    ".");
-    }
-    struct stat info;
-    if (::chmod(path.c_str(), 0600) != 0 || ::lstat(path.c_str(), &info) != 0 ||
-        ::listen(socket.get(), SOMAXCONN) != 0) {
-        int error = errno;
-        ::unlink(path.c_str());
-        throw HalywardError::failed("Cannot listen on " + quoted(path) + ": " + systemError(error) +
-                                    ".");
-    }
-    socketDevice = info.st_dev;
-    socketInode = info.st_ino;
-
+    detail::SocketFile file = detail::listenOnSocketFile(path);
     int ends[2];
     if (::pipe(ends) != 0) {
-        int error = errno;
-        ::unlink(path.c_str());
-        throw HalywardError::failed("Cannot start the control server: " + systemError(error) + ".");
+        const int error = errno;
+        detail::removeSocketFile(path, file.device, file.inode);
+        throw HalywardError::failed("Cannot start the control server: " + systemReason(error) +
+                                    ".");
     }
     wakeReader.reset(ends[0]);
     wakeWriter.reset(ends[1]);
@@ -269,7 +170,9 @@ void ControlServer::Impl::listen() {
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
         ::fcntl(end, F_SETFL, ::fcntl(end, F_GETFL) | O_NONBLOCK);
     }
-    listener = std::move(socket);
+    listener = std::move(file.socket);
+    socketDevice = file.device;
+    socketInode = file.inode;
 }
 
 void ControlServer::Impl::wake() {
@@ -291,6 +194,64 @@ CommandOutput ControlServer::Impl::runHandler(const std::vector<std::string>& ar
     }
 }
 
+// The handler's output for one request, run where the executor puts it; nothing when the
+// server stopped before the executor started the work.
+std::optional<CommandOutput> ControlServer::Impl::execute(std::vector<std::string> arguments) {
+    if (!executor) return runHandler(arguments);
+    auto handoff = std::make_shared<Handoff>();
+    {
+        std::lock_guard lock(queueMutex);
+        handedOff = handoff;
+    }
+    auto work = [this, handoff, arguments = std::move(arguments)] {
+        {
+            std::lock_guard lock(handoff->mutex);
+            // Abandoned work belongs to a server that has stopped, perhaps gone: touch
+            // nothing of it.
+            if (handoff->state != Handoff::State::queued) return;
+            handoff->state = Handoff::State::running;
+        }
+        std::optional<CommandOutput> output;
+        try {
+            output = runHandler(arguments);
+        } catch (const std::exception&) {
+            // Out of memory while building the failure itself; the waiter makes one.
+        }
+        {
+            std::lock_guard lock(handoff->mutex);
+            handoff->output = std::move(output);
+            handoff->state = Handoff::State::finished;
+        }
+        handoff->changed.notify_all();
+    };
+    std::optional<CommandOutput> result;
+    bool handed = true;
+    try {
+        executor(std::move(work));
+    } catch (const std::exception&) {
+        handed = false;
+    }
+    if (handed) {
+        std::unique_lock lock(handoff->mutex);
+        // Work already running is waited for even while stopping, as stop() promises.
+        handoff->changed.wait(lock, [&] {
+            return handoff->state == Handoff::State::finished ||
+                   (stopping && handoff->state == Handoff::State::queued);
+        });
+        if (handoff->state == Handoff::State::queued) {
+            handoff->state = Handoff::State::abandoned;
+        } else {
+            result = std::move(handoff->output);
+            if (!result) result = failedOutput("The command failed.");
+        }
+    } else {
+        result = failedOutput("The running app could not take the command.");
+    }
+    std::lock_guard lock(queueMutex);
+    handedOff.reset();
+    return result;
+}
+
 void ControlServer::Impl::runHandlers() {
     for (;;) {
         Job job;
@@ -301,9 +262,11 @@ void ControlServer::Impl::runHandlers() {
             job = std::move(jobs.front());
             jobs.pop_front();
         }
+        std::optional<CommandOutput> output = execute(std::move(job.request.arguments));
+        if (!output) return;  // stopping
         std::string bytes;
         try {
-            bytes = encodedResponse(job.request.id, runHandler(job.request.arguments));
+            bytes = encodedResponse(job.request.id, *output);
         } catch (const std::exception&) {
             // Out of memory while encoding: the client still learns that its command ended.
             bytes =
@@ -335,7 +298,7 @@ void ControlServer::Impl::runHandlers() {
 
 void ControlServer::Impl::acceptAll(Clock::time_point now) {
     while (connections.size() < options.maxConnections) {
-        detail::UniqueFd socket = acceptConnection(listener.get());
+        UniqueFd socket = detail::acceptConnection(listener.get());
         if (!socket.valid()) {
             if (errno == EINTR || errno == ECONNABORTED) continue;
             if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
@@ -344,7 +307,7 @@ void ControlServer::Impl::acceptAll(Clock::time_point now) {
                 acceptPausedUntil = now + std::chrono::milliseconds(100);
             return;
         }
-        if (!fromSameUser(socket.get())) continue;  // closed without an answer
+        if (!detail::fromSameUser(socket.get())) continue;  // closed without an answer
         std::uint64_t key = nextConnection++;
         Connection& connection = connections[key];
         connection.socket = std::move(socket);
@@ -544,8 +507,9 @@ void ControlServer::Impl::pollOnce(std::vector<pollfd>& watched, std::vector<std
 }
 
 ControlServer::ControlServer(std::string socketPath, ControlHandler handler,
-                             ControlServerOptions options)
-    : impl_(std::make_unique<Impl>(std::move(socketPath), std::move(handler), options)) {}
+                             ControlServerOptions options, ControlExecutor executor)
+    : impl_(std::make_unique<Impl>(std::move(socketPath), std::move(handler), options,
+                                   std::move(executor))) {}
 
 ControlServer::~ControlServer() { stop(); }
 
@@ -568,11 +532,18 @@ void ControlServer::start() {
 void ControlServer::stop() {
     Impl& impl = *impl_;
     if (!impl.serving) return;
+    std::shared_ptr<Handoff> handedOff;
     {
         std::lock_guard lock(impl.queueMutex);
         impl.stopping = true;
+        handedOff = impl.handedOff;
     }
     impl.jobReady.notify_all();
+    if (handedOff) {
+        // Taking the lock orders this wake-up after the waiter's last look at `stopping`.
+        { std::lock_guard lock(handedOff->mutex); }
+        handedOff->changed.notify_all();
+    }
     impl.wake();
     if (impl.ioThread.joinable()) impl.ioThread.join();
     if (impl.handlerThread.joinable()) impl.handlerThread.join();
@@ -583,10 +554,7 @@ void ControlServer::stop() {
     impl.listener.reset();
     impl.wakeReader.reset();
     impl.wakeWriter.reset();
-    struct stat info;
-    if (::lstat(impl.path.c_str(), &info) == 0 && info.st_dev == impl.socketDevice &&
-        info.st_ino == impl.socketInode)
-        ::unlink(impl.path.c_str());
+    detail::removeSocketFile(impl.path, impl.socketDevice, impl.socketInode);
     impl.serving = false;
 }
 
