@@ -71,10 +71,11 @@ TEST_F(RouterFixture, removals_need_yes_or_a_yes_from_the_user) {
     EXPECT_EQ(readFile(config), before);
 
     answer = true;
-    EXPECT_EQ(run({"hotkey", "unset", "ctrl+shift+s"}).exitCode, 0);
+    EXPECT_EQ(run({"hotkey", "unset", "ctrl+shift+s"}).exitCode, ExitCode::ok);
     context.interactive = false;
     questions.clear();
-    EXPECT_EQ(run({"app", "remove", "mail", "--yes"}).exitCode, 0);  // by slug, no question
+    EXPECT_EQ(run({"app", "remove", "mail", "--yes"}).exitCode,
+              ExitCode::ok);  // by slug, no question
     EXPECT_TRUE(questions.empty());
     EXPECT_TRUE(decoded().apps.empty());
     EXPECT_TRUE(decoded().hotkeys.empty());
@@ -85,10 +86,11 @@ TEST_F(RouterFixture, app_remove_deletes_the_bundle_folder_but_only_inside_the_a
     const fs::path bundle = fs::path(HalywardPaths::appsDirectory(home.string())) / "Mail.app";
     fs::create_directories(bundle / "Contents");
     const CommandOutput output = run({"--yes", "app", "remove", "Mail"});
-    EXPECT_EQ(output.exitCode, 0) << output.message;
+    EXPECT_EQ(output.exitCode, ExitCode::ok) << output.message;
     EXPECT_FALSE(fs::exists(bundle));
-    EXPECT_EQ(run({"--yes", "app", "remove", "Mail"}).exitCode, 5);
-    EXPECT_EQ(run({"app", "add", "https://x.example", "--name", "X"}).exitCode, 3);
+    EXPECT_EQ(run({"--yes", "app", "remove", "Mail"}).exitCode, ExitCode::notFound);
+    EXPECT_EQ(run({"app", "add", "https://x.example", "--name", "X"}).exitCode,
+              ExitCode::unavailable);
 }
 
 TEST_F(RouterFixture, hotkey_set_validates_resolves_and_refuses_taken_chords) {
@@ -99,16 +101,22 @@ TEST_F(RouterFixture, hotkey_set_validates_resolves_and_refuses_taken_chords) {
         std::string inMessage;
     };
     const Case cases[] = {
-        {{"hotkey", "set", "cmd+opt+m", "Mail"}, 0, "opt+cmd+m now brings up “Mail”"},
-        {{"hotkey", "set", "opt+cmd+m", "app.halyward.web.mail"}, 0, "nothing changed"},
-        {{"hotkey", "set", "cmd+shift+s", "Mail"}, 6, "already used by “com.example.s”"},
-        {{"hotkey", "set", "ctrl+opt+space", "Mail"}, 6, "tile-mode hotkey"},
-        {{"hotkey", "set", "opt+cmd+m", "com.example.other"}, 6, "the web app “Mail”"},
-        {{"hotkey", "set", "ctrl+left", "com.example.left"}, 0, "Warning: macOS uses this chord."},
-        {{"hotkey", "set", "ctrl+shift+f", "Files"}, 0, "“Files”"},
-        {{"hotkey", "set", "bogus+q", "Mail"}, 1, "bogus"},
-        {{"hotkey", "set", "ctrl+shift+q", "Nowhere"}, 5, "“Nowhere”"},
-        {{"hotkey", "set", "ctrl+shift+q", "a b.c"}, 5, "“a b.c”"},
+        {{"hotkey", "set", "cmd+opt+m", "Mail"}, ExitCode::ok, "opt+cmd+m now brings up “Mail”"},
+        {{"hotkey", "set", "opt+cmd+m", "app.halyward.web.mail"}, ExitCode::ok, "nothing changed"},
+        {{"hotkey", "set", "cmd+shift+s", "Mail"},
+         ExitCode::conflict,
+         "already used by “com.example.s”"},
+        {{"hotkey", "set", "ctrl+opt+space", "Mail"}, ExitCode::conflict, "tile-mode hotkey"},
+        {{"hotkey", "set", "opt+cmd+m", "com.example.other"},
+         ExitCode::conflict,
+         "the web app “Mail”"},
+        {{"hotkey", "set", "ctrl+left", "com.example.left"},
+         ExitCode::ok,
+         "Warning: macOS uses this chord."},
+        {{"hotkey", "set", "ctrl+shift+f", "Files"}, ExitCode::ok, "“Files”"},
+        {{"hotkey", "set", "bogus+q", "Mail"}, ExitCode::usage, "bogus"},
+        {{"hotkey", "set", "ctrl+shift+q", "Nowhere"}, ExitCode::notFound, "“Nowhere”"},
+        {{"hotkey", "set", "ctrl+shift+q", "a b.c"}, ExitCode::notFound, "“a b.c”"},
     };
     for (const Case& c : cases) {
         const CommandOutput output = run(c.arguments);
@@ -127,22 +135,25 @@ TEST_F(RouterFixture, hotkey_unset_finds_chords_however_they_are_spelled) {
     writeConfig(std::string(kMailApp) +
                 "hotkey = \"cmd+opt+m\"\n\n[hotkeys]\n\"cmd+opt+m\" = \"com.example.m\"\n");
     const CommandOutput removed = run({"--yes", "hotkey", "unset", "opt+cmd+M"});
-    EXPECT_EQ(removed.exitCode, 0) << removed.message;
+    EXPECT_EQ(removed.exitCode, ExitCode::ok) << removed.message;
     EXPECT_EQ(decoded().apps.at(0).spec.hotkey, std::nullopt);
     EXPECT_TRUE(decoded().hotkeys.empty());
-    EXPECT_EQ(run({"--yes", "hotkey", "unset", "opt+cmd+m"}).exitCode, 5);
+    EXPECT_EQ(run({"--yes", "hotkey", "unset", "opt+cmd+m"}).exitCode, ExitCode::notFound);
     const CommandOutput builtin = run({"--yes", "hotkey", "unset", "ctrl+opt+space"});
-    EXPECT_EQ(builtin.exitCode, 5);
+    EXPECT_EQ(builtin.exitCode, ExitCode::notFound);
     EXPECT_NE(builtin.message.find("tile-mode"), std::string::npos);
 }
 
 TEST_F(RouterFixture, rules_are_checked_updated_in_place_and_removed_by_app) {
     writeConfig(kMailApp);
-    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "sideways"}).exitCode, 1);
-    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "left", "--title", "(unclosed"}).exitCode, 1);
-    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "left"}).exitCode, 0);
-    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "Right-Half", "--display", "2"}).exitCode, 0);
-    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "fill", "--title", "^Inbox"}).exitCode, 0);
+    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "sideways"}).exitCode, ExitCode::usage);
+    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "left", "--title", "(unclosed"}).exitCode,
+              ExitCode::usage);
+    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "left"}).exitCode, ExitCode::ok);
+    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "Right-Half", "--display", "2"}).exitCode,
+              ExitCode::ok);
+    EXPECT_EQ(run({"rule", "add", "Mail", "--tile", "fill", "--title", "^Inbox"}).exitCode,
+              ExitCode::ok);
     const std::vector<TileRule> rules = decoded().rules;
     ASSERT_EQ(rules.size(), 2u);
     EXPECT_EQ(rules[0], (TileRule{"app-halyward-web-mail", "app.halyward.web.mail", "Mail",
@@ -151,7 +162,7 @@ TEST_F(RouterFixture, rules_are_checked_updated_in_place_and_removed_by_app) {
     EXPECT_EQ(run({"--yes", "rule", "remove", "mail"}).payload,
               JSONValue(JSONObject{
                   {"removed", JSONArray{"app-halyward-web-mail", "app-halyward-web-mail-2"}}}));
-    EXPECT_EQ(run({"--yes", "rule", "remove", "Mail"}).exitCode, 5);
+    EXPECT_EQ(run({"--yes", "rule", "remove", "Mail"}).exitCode, ExitCode::notFound);
 }
 
 TEST_F(RouterFixture, a_file_that_does_not_parse_is_reported_and_never_written) {
@@ -161,13 +172,13 @@ TEST_F(RouterFixture, a_file_that_does_not_parse_is_reported_and_never_written) 
          {Args{"hotkey", "set", "ctrl+shift+q", "com.example.q"}, Args{"app", "list"},
           Args{"--yes", "rule", "remove", "x"}, Args{"skill", "install", "s"}}) {
         const CommandOutput output = run(command);
-        EXPECT_EQ(output.exitCode, 2) << command[0];
+        EXPECT_EQ(output.exitCode, ExitCode::config) << command[0];
         EXPECT_EQ(output.message.rfind("Config line 1", 0), 0u) << output.message;
     }
     EXPECT_EQ(readFile(config), before);
     EXPECT_FALSE(fs::exists(home / "s"));
     const CommandOutput doctor = run({"doctor"});
-    EXPECT_EQ(doctor.exitCode, 2);
+    EXPECT_EQ(doctor.exitCode, ExitCode::config);
     EXPECT_EQ(doctor.payload.arrayValue()->size(), 1u);
 }
 
@@ -181,7 +192,7 @@ TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst
                 "\n[hotkeys]\n\"hyper+x\" = \"com.example.x\"\n"
                 "\n[rules.r]\ntile = \"nowhere\"\ntitle = \"[\"\n");
     const CommandOutput output = run({"doctor"});
-    EXPECT_EQ(output.exitCode, 6);
+    EXPECT_EQ(output.exitCode, ExitCode::conflict);
     const std::string lines[] = {"[apps.mail] tile: “middle” is not a tile name.",
                                  "[hotkeys] “hyper+x”: ",
                                  "Hotkey ctrl+opt+l: ctrl+opt+l is already used.",
@@ -204,11 +215,11 @@ TEST_F(RouterFixture, app_commands_go_to_the_app_or_are_answered_as_the_app_woul
         Args arguments;
         int exitCode;
     };
-    const Case local[] = {{{"ping"}, 0},
-                          {{"tile", "Mail", "left"}, 3},
-                          {{"tile", "Nowhere", "left"}, 5},
-                          {{"tile", "Mail", "sideways"}, 1},
-                          {{"layout", "apply", "missing"}, 5}};
+    const Case local[] = {{{"ping"}, ExitCode::ok},
+                          {{"tile", "Mail", "left"}, ExitCode::unavailable},
+                          {{"tile", "Nowhere", "left"}, ExitCode::notFound},
+                          {{"tile", "Mail", "sideways"}, ExitCode::usage},
+                          {{"layout", "apply", "missing"}, ExitCode::notFound}};
     for (const Case& c : local) EXPECT_EQ(run(c.arguments).exitCode, c.exitCode) << c.arguments[0];
 
     context.windowCommand = [](const Invocation& invocation) -> CommandOutput {
@@ -228,24 +239,24 @@ TEST_F(RouterFixture, app_commands_go_to_the_app_or_are_answered_as_the_app_woul
     };
     const Args forwarded{"--json", "--timeout", "0.5", "tile", "Anything", "fill"};
     EXPECT_EQ(run(forwarded), (CommandOutput{4, "from the app", JSONValue(true)}));
-    EXPECT_EQ(run({"--timeout", "0.5", "tile", "x", "sideways"}).exitCode, 1);
+    EXPECT_EQ(run({"--timeout", "0.5", "tile", "x", "sideways"}).exitCode, ExitCode::usage);
     EXPECT_EQ(sent, std::vector<Args>{forwarded});
 }
 
 TEST_F(RouterFixture, skills_install_into_a_folder_and_come_out_again) {
     const fs::path file = home / "agent/skills/halyward/SKILL.md";
-    EXPECT_EQ(run({"skill", "install", "agent/skills/"}).exitCode, 0);
+    EXPECT_EQ(run({"skill", "install", "agent/skills/"}).exitCode, ExitCode::ok);
     EXPECT_TRUE(fs::exists(file));
     EXPECT_EQ(run({"skill", "install", "~/agent/skills"}).payload.objectValue()->at("changed"),
               JSONValue(false));
     AgentConfig agents = decoded().agents;
     EXPECT_EQ(agents, (AgentConfig{{"halyward"}, {(home / "agent/skills").string()}}));
-    EXPECT_EQ(run({"--yes", "skill", "uninstall", "~/agent/skills"}).exitCode, 0);
+    EXPECT_EQ(run({"--yes", "skill", "uninstall", "~/agent/skills"}).exitCode, ExitCode::ok);
     EXPECT_FALSE(fs::exists(file.parent_path()));
     EXPECT_EQ(decoded().agents, AgentConfig{});
 
     writeFile(file, "---\nname: someone-else\n---\n");
-    EXPECT_EQ(run({"skill", "install", "~/agent/skills"}).exitCode, 6);
-    EXPECT_EQ(run({"--yes", "skill", "uninstall", "~/agent/skills"}).exitCode, 6);
+    EXPECT_EQ(run({"skill", "install", "~/agent/skills"}).exitCode, ExitCode::conflict);
+    EXPECT_EQ(run({"--yes", "skill", "uninstall", "~/agent/skills"}).exitCode, ExitCode::conflict);
     EXPECT_TRUE(fs::exists(file));
 }

@@ -115,19 +115,19 @@ TEST_F(ExeFixture, prints_messages_and_json_and_exits_with_the_status) {
         std::string err;
     };
     const Case cases[] = {
-        {{"version"}, 0, "halyward 1.0.1\n", ""},
+        {{"version"}, ExitCode::ok, "halyward 1.0.1\n", ""},
         {{"--json", "version"},
          0,
          "{\"exitCode\":0,\"message\":\"halyward 1.0.1\",\"ok\":true,\"result\":{\"version\":\"1.0.1\"}}\n",
          ""},
-        {{"frobnicate"}, 1, "", "Unknown command frobnicate. Try halyward help.\n"},
+        {{"frobnicate"}, ExitCode::usage, "", "Unknown command frobnicate. Try halyward help.\n"},
         {{"--json", "--timeout", "0", "ping"},
          1,
          "{\"exitCode\":1,\"message\":\"--timeout needs a positive number of seconds.\",\"ok\":false,"
          "\"result\":{\"code\":\"usage\"}}\n",
          ""},
-        {{"app", "remove", "Mail"}, 7, "", "Pass --yes to confirm.\n"},
-        {{"ping"}, 3, "", "Halyward is not running.\n"},
+        {{"app", "remove", "Mail"}, ExitCode::cancelled, "", "Pass --yes to confirm.\n"},
+        {{"ping"}, ExitCode::unavailable, "", "Halyward is not running.\n"},
         {{"--json", "app", "list"},
          0,
          "{\"exitCode\":0,\"message\":\"No web apps yet.\",\"ok\":true,\"result\":[]}\n",
@@ -154,7 +154,7 @@ TEST_F(ExeFixture, says_so_when_the_app_does_not_answer_in_time) {
     ASSERT_EQ(::listen(fd, 4), 0);  // listens, never accepts, never answers
     const Result result = halyward({"--timeout", "0.3", "ping"});
     ::close(fd);
-    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.exitCode, ExitCode::unavailable);
     EXPECT_EQ(result.err, "Halyward did not answer within 0.3 seconds.\n");
 }
 
@@ -168,7 +168,8 @@ TEST_F(ExeFixture, bad_config_paths_fail_clearly_and_change_nothing) {
             Args arguments{"--config", path};
             arguments.insert(arguments.end(), command.begin(), command.end());
             const Result result = halyward(arguments);
-            EXPECT_EQ(result.exitCode, 2) << path << " " << command[0] << ": " << result.err;
+            EXPECT_EQ(result.exitCode, ExitCode::config)
+                << path << " " << command[0] << ": " << result.err;
             EXPECT_NE(result.err.find("“" + home.string()), std::string::npos) << result.err;
         }
     }
@@ -179,12 +180,13 @@ TEST_F(ExeFixture, bad_config_paths_fail_clearly_and_change_nothing) {
     const fs::path unreadable = home / "unreadable.toml";
     writeFile(unreadable, "version = 1\n");
     fs::permissions(unreadable, fs::perms::none);
-    EXPECT_EQ(halyward({"--config", unreadable.string(), "config", "show"}).exitCode, 2);
+    EXPECT_EQ(halyward({"--config", unreadable.string(), "config", "show"}).exitCode,
+              ExitCode::config);
     fs::create_directories(home / "locked");
     fs::permissions(home / "locked", fs::perms::owner_read | fs::perms::owner_exec);
     const Result locked = halyward({"--config", (home / "locked/config.toml").string(), "hotkey",
                                     "set", "ctrl+shift+q", "com.x.q"});
-    EXPECT_EQ(locked.exitCode, 2) << locked.err;
+    EXPECT_EQ(locked.exitCode, ExitCode::config) << locked.err;
     EXPECT_TRUE(fs::is_empty(home / "locked"));
 }
 
@@ -193,17 +195,17 @@ TEST_F(ExeFixture, talks_to_a_real_control_server) {
     StandInApp app(home, socket);
 
     const Result ping = halyward({"--json", "ping"});
-    EXPECT_EQ(ping.exitCode, 0);
+    EXPECT_EQ(ping.exitCode, ExitCode::ok);
     EXPECT_EQ(
         ping.out,
         "{\"exitCode\":0,\"message\":\"pong\",\"ok\":true,\"result\":{\"version\":\"1.0.1\"}}\n");
     const Result tile = halyward({"tile", "com.example.x", "left"});
-    EXPECT_EQ(tile.exitCode, 3);
+    EXPECT_EQ(tile.exitCode, ExitCode::unavailable);
     EXPECT_NE(tile.err.find("window manager"), std::string::npos) << tile.err;
 
     const CommandOutput set =
         ControlClient::send(socket, {"hotkey", "set", "ctrl+shift+q", "com.x.q"}, 5);
-    EXPECT_EQ(set.exitCode, 0) << set.message;
+    EXPECT_EQ(set.exitCode, ExitCode::ok) << set.message;
     EXPECT_EQ(ConfigFile::load(HalywardPaths::configFile(home.string())).decode().hotkeys,
               (std::vector<NativeHotkey>{{"ctrl+shift+q", "com.x.q"}}));
 

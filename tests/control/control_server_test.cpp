@@ -7,7 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
+#include <limits>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -55,7 +59,7 @@ std::string rawExchange(const std::string& path, const std::string& bytes, bool 
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
     if (::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
         return "connect failed";
-    timeval limit{5, 0};
+    timeval limit{60, 0};  // only so that a broken server cannot hang the suite
     ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (halfClose) ::shutdown(socket.get(), SHUT_WR);
@@ -70,6 +74,10 @@ std::string refusal(const std::string& id, const std::string& message) {
     auto bytes = RPCCodec::encodeLine(RPCResponse(id, 8, message, R"({"code":"failed"})"));
     return {bytes.begin(), bytes.end()};
 }
+
+// No time limit: these exchanges check what arrives, not how fast; the speed of large
+// answers is measured in bench/bench_control_ping.cpp.
+constexpr double untimed = std::numeric_limits<double>::infinity();
 
 struct ServerTest : ::testing::Test {
     ScratchFolder folder;
@@ -123,7 +131,7 @@ TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
         EXPECT_EQ(response.payload, R"({"code":"failed"})") << c.sent;
     }
     EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");  // still serving
-    EXPECT_EQ(ControlClient::send(path, {"big"}, 5).message, std::string(4 << 20, 'm'));
+    EXPECT_EQ(ControlClient::send(path, {"big"}, untimed).message, std::string(4 << 20, 'm'));
 }
 
 TEST_F(ServerTest, caps_a_line_at_one_mebibyte) {
@@ -140,7 +148,7 @@ TEST_F(ServerTest, caps_a_line_at_one_mebibyte) {
               refusal("", "The request is longer than 1 MiB."));
 
     // The real client, still writing when the server refuses, reads the refusal.
-    auto output = ControlClient::send(path, {std::string(3 << 20, 'x')}, 5);
+    auto output = ControlClient::send(path, {std::string(3 << 20, 'x')}, untimed);
     EXPECT_EQ(output,
               CommandOutput::fromError(HalywardError::failed("The request is longer than 1 MiB.")));
 }
@@ -267,4 +275,114 @@ TEST_F(ServerTest, closes_other_users_connections_without_answering) {
     int status = 0;
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+// What a GUI app does: the executor queues each request's work for the main loop, and the
+// loop (here a thread) runs it. The handler must run there and nowhere else.
+struct MainLoop {
+    std::mutex mutex;
+    std::condition_variable ready;
+    std::deque<std::function<void()>> queue;
+    bool quit = false;
+
+    ControlExecutor executor() {
+        return [this](std::function<void()> work) {
+            {
+                std::lock_guard lock(mutex);
+                queue.push_back(std::move(work));
+            }
+            ready.notify_one();
+        };
+    }
+    void pump() {
+        for (;;) {
+            std::function<void()> work;
+            {
+                std::unique_lock lock(mutex);
+                ready.wait(lock, [&] { return quit || !queue.empty(); });
+                if (queue.empty()) return;
+                work = std::move(queue.front());
+                queue.pop_front();
+            }
+            work();
+        }
+    }
+    void stop() {
+        {
+            std::lock_guard lock(mutex);
+            quit = true;
+        }
+        ready.notify_one();
+    }
+};
+
+TEST_F(ServerTest, an_executor_runs_every_request_on_the_owners_thread) {
+    MainLoop loop;
+    std::thread mainThread([&] { loop.pump(); });
+    std::atomic<int> elsewhere{0};
+    {
+        ControlServer server(
+            path,
+            [&](const std::vector<std::string>& arguments) {
+                if (std::this_thread::get_id() != mainThread.get_id()) ++elsewhere;
+                return handler(arguments);
+            },
+            {}, loop.executor());
+        server.start();
+        std::vector<std::thread> clients;
+        std::atomic<int> correct{0};
+        for (int i = 0; i < 20; ++i) {
+            clients.emplace_back([&, i] {
+                try {
+                    auto output = ControlClient::send(path, {"echo", std::to_string(i)}, untimed);
+                    JSONArray expected{"echo", std::to_string(i)};
+                    if (output.payload == JSONValue(JSONObject{{"arguments", expected}})) ++correct;
+                } catch (const std::exception&) {}
+            });
+        }
+        for (auto& client : clients) client.join();
+        EXPECT_EQ(correct, 20);
+        EXPECT_EQ(ControlClient::send(path, {"fail", "std"}, untimed),
+                  CommandOutput::fromError(HalywardError::failed("disk on fire")));
+    }
+    loop.stop();
+    mainThread.join();
+    EXPECT_EQ(elsewhere, 0);
+    EXPECT_FALSE(*handler.overlapped);
+}
+
+TEST_F(ServerTest, stopping_abandons_work_the_owner_has_not_run) {
+    std::deque<std::function<void()>> kept;  // a main loop that is busy elsewhere
+    std::mutex keptMutex;
+    std::atomic<int> calls{0};
+    {
+        ControlServer server(
+            path,
+            [&](const std::vector<std::string>& arguments) {
+                ++calls;
+                return handler(arguments);
+            },
+            {},
+            [&](std::function<void()> work) {
+                std::lock_guard lock(keptMutex);
+                kept.push_back(std::move(work));
+            });
+        server.start();
+        std::thread client([&] {
+            try {
+                ControlClient::send(path, {"ping"}, untimed);
+            } catch (const HalywardError&) {
+                // The server stopped without answering; that is the point.
+            }
+        });
+        for (;;) {
+            std::lock_guard lock(keptMutex);
+            if (!kept.empty()) break;
+            std::this_thread::yield();
+        }
+        server.stop();  // must return although the work never ran
+        client.join();
+    }
+    for (auto& work : kept) work();  // the loop gets to it after the server has gone
+    EXPECT_EQ(calls, 0);
 }
