@@ -21,7 +21,8 @@ void Regex::CodeDeleter::operator()(void* code) const { pcre2_code_free(asCode(c
 
 Regex::Regex(std::string_view pattern, RegexSubjects subjects) {
     uint32_t options = PCRE2_UTF | PCRE2_UCP;
-    if (subjects == RegexSubjects::anyBytes) options |= PCRE2_MATCH_INVALID_UTF;
+    anyBytes_ = subjects == RegexSubjects::anyBytes;
+    if (anyBytes_) options |= PCRE2_MATCH_INVALID_UTF;
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
     // An empty view may carry a null pointer, which older PCRE2 releases refuse.
@@ -47,8 +48,11 @@ std::optional<std::vector<std::optional<std::string_view>>> Regex::search(
         pcre2_match_data_create_from_pattern(code, nullptr));
     if (!data) return std::nullopt;
     const auto* bytes = reinterpret_cast<PCRE2_SPTR>(subject.empty() ? "" : subject.data());
-    const int rc = jit_ ? pcre2_jit_match(code, bytes, subject.size(), 0, 0, data.get(), nullptr)
-                        : pcre2_match(code, bytes, subject.size(), 0, 0, data.get(), nullptr);
+    // pcre2_match runs the JIT code too, after checking the subject's UTF-8; the direct
+    // JIT entry skips that check, so it is only taken when invalid UTF-8 is allowed anyway.
+    const int rc = jit_ && anyBytes_
+                       ? pcre2_jit_match(code, bytes, subject.size(), 0, 0, data.get(), nullptr)
+                       : pcre2_match(code, bytes, subject.size(), 0, 0, data.get(), nullptr);
     if (rc <= 0) return std::nullopt;
     const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(data.get());
     std::vector<std::optional<std::string_view>> groups(pcre2_get_ovector_count(data.get()));

@@ -46,6 +46,7 @@ private:
     };
     std::unique_ptr<void, CodeDeleter> code_;
     bool jit_ = false;
+    bool anyBytes_ = false;
     std::string error_;
 };
 
