@@ -105,9 +105,7 @@ std::string encodeLeniently(std::string_view text) {
             } else {
                 appendPercentEncoded(out, c);
             }
-        } else if ((c == '[' || c == ']') && !inAuthority) {
-            appendPercentEncoded(out, c);
-        } else if (neverAllowedRaw(c)) {
+        } else if (((c == '[' || c == ']') && !inAuthority) || neverAllowedRaw(c)) {
             appendPercentEncoded(out, c);
         } else {
             out.push_back(static_cast<char>(c));
