@@ -40,8 +40,8 @@ TEST(text, graphemes_keep_combining_marks_emoji_and_crlf_together) {
 }
 
 TEST(text, decoding_rejects_overlong_surrogates_and_out_of_range) {
-    const std::string bad[] = {"\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                               "\xF8\x88\x80\x80\x80", "\xE2\x82", "\x80"};
+    const std::string bad[] = {
+        "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xE2\x82", "\x80"};
     for (const auto& s : bad)
         EXPECT_EQ(std::pair(decodeAt(s, 0).value, decodeAt(s, 0).length),
                   std::pair(U'\uFFFD', std::size_t{1}));
