@@ -30,7 +30,7 @@ std::optional<std::string> readHead(const std::string& path, std::size_t limit) 
     return head;
 }
 
-bool isOurs(const std::string& head) { return head.rfind(kFrontMatter, 0) == 0; }
+bool isOurs(const std::string& head) { return head.starts_with(kFrontMatter); }
 
 void eraseValue(std::vector<std::string>& values, std::string_view value) {
     values.erase(std::remove(values.begin(), values.end(), value), values.end());
@@ -90,7 +90,7 @@ std::string folderPath(std::string_view folder, std::string_view home,
     fs::path path;
     if (folder == "~") {
         path = fs::path(std::string(home));
-    } else if (folder.rfind("~/", 0) == 0) {
+    } else if (folder.starts_with("~/")) {
         path = fs::path(std::string(home)) / std::string(folder.substr(2));
     } else {
         path = fs::path(std::string(folder));
