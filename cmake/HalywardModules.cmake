@@ -6,7 +6,6 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
-find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
