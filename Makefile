@@ -4,7 +4,7 @@ CMAKE ?= cmake
 CTEST ?= ctest
 FUZZ_SECONDS ?= 20
 
-.PHONY: all deps build test asan fuzz bench demo tidy format clean
+.PHONY: all deps build test asan fuzz bench demo tour tidy format clean
 
 all: build
 
@@ -33,8 +33,13 @@ bench: deps
 	$(CMAKE) --build --preset release
 	scripts/run-benchmarks build/release
 
+# Makes a web app of the demo site in demo/site and opens it (under Xvfb without a display).
 demo: build
 	scripts/demo build/dev
+
+# A tour of the command line on a scratch home folder.
+tour: build
+	scripts/tour build/dev
 
 # Not part of `make test`: clang-tidy takes minutes over the whole tree.
 tidy: build
