@@ -2,6 +2,7 @@
 #include "halyward/config/config_file.hpp"
 #include "halyward/system/paths.hpp"
 
+#include "support/fifo.hpp"
 #include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -259,4 +260,22 @@ TEST_F(RouterFixture, skills_install_into_a_folder_and_come_out_again) {
     EXPECT_EQ(run({"skill", "install", "~/agent/skills"}).exitCode, ExitCode::conflict);
     EXPECT_EQ(run({"--yes", "skill", "uninstall", "~/agent/skills"}).exitCode, ExitCode::conflict);
     EXPECT_TRUE(fs::exists(file));
+}
+
+TEST_F(RouterFixture, a_named_pipe_in_place_of_a_skill_file_is_refused_not_waited_on) {
+    const fs::path pipe = home / "agent/skills/halyward/SKILL.md";
+    makeFifo(pipe);
+    run({"skill", "paths"});  // writes the configuration from the template
+    const std::string before = readFile(config);
+    for (const Args& command : {Args{"skill", "install", "~/agent/skills"},
+                                Args{"--yes", "skill", "uninstall", "~/agent/skills"}}) {
+        CommandOutput output;
+        ASSERT_TRUE(finishesWithoutAWriter(pipe, [&] { output = run(command); }))
+            << command[command.size() - 2] << " waited for a writer";
+        EXPECT_EQ(output.exitCode, ExitCode::failed);
+        EXPECT_EQ(output.message, "Halyward can't read “" + pipe.string() +
+                                      "”: it is a named pipe, not a regular file.");
+    }
+    EXPECT_TRUE(fs::is_fifo(pipe));
+    EXPECT_EQ(readFile(config), before);
 }
