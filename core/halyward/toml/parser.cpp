@@ -558,6 +558,10 @@ std::vector<TOMLLossyPlace> TOMLParser::lossyPlaces(std::string_view text) {
     } else {
         Parser(normalisedLineBreaks(text), &places).run();
     }
+    // A dotted key is only known to be one after its parts, whose escapes come first.
+    std::stable_sort(
+        places.begin(), places.end(),
+        [](const TOMLLossyPlace& a, const TOMLLossyPlace& b) { return a.line < b.line; });
     return places;
 }
 
