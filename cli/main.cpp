@@ -44,7 +44,8 @@ std::string environment(const char* name) {
 #endif
 
 bool askOnTerminal(std::string_view question) {
-    std::fprintf(stderr, "%.*s [y/N] ", static_cast<int>(question.size()), question.data());
+    const std::string shown = text::terminalSafe(question);
+    std::fprintf(stderr, "%s [y/N] ", shown.c_str());
     std::fflush(stderr);
     char* line = nullptr;
     std::size_t capacity = 0;
@@ -60,6 +61,15 @@ void print(std::FILE* stream, const std::string& text) {
     if (text.empty()) return;
     std::fwrite(text.data(), 1, text.size(), stream);
     if (text.back() != '\n') std::fputc('\n', stream);
+}
+
+// Text output carries names and answers from the configuration file and from the running
+// app, which may hold terminal commands (an app named with an escape sequence could
+// rewrite the user's screen or window title); they are shown, not obeyed. Whether stdout
+// is a terminal does not matter: piped text is often shown on one later. JSON output is
+// already escaped by its writer and stays exact.
+void printText(std::FILE* stream, const std::string& message) {
+    print(stream, text::terminalSafe(message));
 }
 
 }  // namespace
@@ -106,7 +116,7 @@ int main(int argc, char** argv) {
     if (json) {
         print(stdout, output.rendered(true));
     } else {
-        print(output.ok() ? stdout : stderr, output.message);
+        printText(output.ok() ? stdout : stderr, output.message);
     }
     std::fflush(stdout);
     return output.exitCode;

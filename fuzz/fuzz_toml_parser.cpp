@@ -1,7 +1,8 @@
 // Any bytes either parse or fail with a line-numbered configuration error. What parses
 // renders to text that parses again to the same statements and values (whole doubles read
 // back as integers, keys from dotted assignments land in the table of their header), and
-// rendering that is a fixed point.
+// rendering that is a fixed point. The places the subset keeps less than the text says are
+// found in order, and a file without dotted keys has every key in its header's table.
 
 #include <cstddef>
 #include <cstdint>
@@ -78,5 +79,31 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (renderTOML(reread) != rendered) __builtin_trap();
     if (asWritten(reread) != asWritten(document)) __builtin_trap();
+
+    // Text that parses has its lossy places found without an error, in the order of the
+    // text; and without a dotted key, every key already sits in its header's table.
+    std::vector<TOMLLossyPlace> places;
+    try {
+        places = TOMLParser::lossyPlaces(text);
+    } catch (const HalywardError&) {
+        __builtin_trap();
+    }
+    std::size_t lines = 1;
+    for (const char c : text) lines += c == '\n' || c == '\r';
+    std::int64_t previous = 1;
+    bool dotted = false;
+    for (const TOMLLossyPlace& place : places) {
+        if (place.line < previous || place.line > static_cast<std::int64_t>(lines))
+            __builtin_trap();
+        previous = place.line;
+        dotted = dotted || place.kind == TOMLLossyPlace::Kind::dottedKey;
+    }
+    if (!dotted) {
+        TOMLPath table;
+        for (const auto& node : document.nodes) {
+            if (const auto* header = node.asHeader()) table = header->path;
+            if (const auto* key = node.asKey(); key && key->table != table) __builtin_trap();
+        }
+    }
     return 0;
 }

@@ -2,6 +2,7 @@
 #include "halyward/config/config_file.hpp"
 #include "halyward/system/paths.hpp"
 
+#include "support/fifo.hpp"
 #include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -209,6 +210,53 @@ TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst
     EXPECT_EQ(output.payload.arrayValue()->size(), 6u);
 }
 
+TEST_F(RouterFixture, doctor_names_each_line_an_edit_would_change_and_what_to_write) {
+    struct Case {
+        std::string text;
+        std::vector<std::string> findings;
+    };
+    const Case cases[] = {
+        {"[notes]\ngreeting = \"caf\\u00e9 \\U0001F600\"\n",
+         {"Config line 2: the escape \\u00e9 is read as “u00e9”, and Halyward's next edit "
+          "writes it back that way; write “é” itself instead.",
+          "Config line 2: the escape \\U0001F600 is read as “U0001F600”, and Halyward's next "
+          "edit writes it back that way; write “😀” itself instead."}},
+        {"[notes]\n\n\"be\\bll\" = \"\\q\"\n",
+         {"Config line 3: the escape \\b is read as “b”, and Halyward's next edit writes it "
+          "back that way; write what you mean without the backslash.",
+          "Config line 3: the escape \\q is read as “q”, and Halyward's next edit writes it "
+          "back that way; write what you mean without the backslash."}},
+        {"general.tile_gap = 8\n[notes]\nx . \"y z\" = 1\n",
+         {"Config line 1: the dotted key general.tile_gap loses its prefix when Halyward next "
+          "edits the file and then belongs to the table above it; write tile_gap = … under a "
+          "[general] header instead.",
+          "Config line 3: the dotted key x . \"y z\" loses its prefix when Halyward next edits "
+          "the file and then belongs to the table above it; write \"y z\" = … under a "
+          "[notes.x] header instead."}},
+        {"[general]\nagent_command = [\n  \"code\", # the editor\n  { a = 1, # one\n  },\n]\n",
+         {"Config line 3: the comment “# the editor” inside the value of agent_command is "
+          "dropped when Halyward next edits the file; move it above line 2, where "
+          "agent_command begins.",
+          "Config line 4: the comment “# one” inside the value of agent_command is dropped "
+          "when Halyward next edits the file; move it above line 2, where agent_command "
+          "begins."}},
+        {"[notes]\ntext = \"\"\"\none \\\ntwo\"\"\"\n",
+         {"Config line 3: a backslash at the end of a line in a string keeps the line break "
+          "instead of joining the lines, and Halyward's next edit writes it back that way; "
+          "join the lines yourself and remove the backslash."}},
+    };
+    for (const Case& c : cases) {
+        writeFile(config, c.text);
+        const CommandOutput output = run({"doctor"});
+        std::string expected;
+        for (const std::string& finding : c.findings)
+            expected += (expected.empty() ? "" : "\n") + finding;
+        EXPECT_EQ(output.exitCode, ExitCode::config) << c.text;
+        EXPECT_EQ(output.message, expected) << c.text;
+        EXPECT_EQ(readFile(config), c.text);  // only told about, never changed
+    }
+}
+
 TEST_F(RouterFixture, app_commands_go_to_the_app_or_are_answered_as_the_app_would) {
     writeConfig(kMailApp);
     struct Case {
@@ -259,4 +307,22 @@ TEST_F(RouterFixture, skills_install_into_a_folder_and_come_out_again) {
     EXPECT_EQ(run({"skill", "install", "~/agent/skills"}).exitCode, ExitCode::conflict);
     EXPECT_EQ(run({"--yes", "skill", "uninstall", "~/agent/skills"}).exitCode, ExitCode::conflict);
     EXPECT_TRUE(fs::exists(file));
+}
+
+TEST_F(RouterFixture, a_named_pipe_in_place_of_a_skill_file_is_refused_not_waited_on) {
+    const fs::path pipe = home / "agent/skills/halyward/SKILL.md";
+    makeFifo(pipe);
+    run({"skill", "paths"});  // writes the configuration from the template
+    const std::string before = readFile(config);
+    for (const Args& command : {Args{"skill", "install", "~/agent/skills"},
+                                Args{"--yes", "skill", "uninstall", "~/agent/skills"}}) {
+        CommandOutput output;
+        ASSERT_TRUE(finishesWithoutAWriter(pipe, [&] { output = run(command); }))
+            << command[command.size() - 2] << " waited for a writer";
+        EXPECT_EQ(output.exitCode, ExitCode::failed);
+        EXPECT_EQ(output.message, "Halyward can't read “" + pipe.string() +
+                                      "”: it is a named pipe, not a regular file.");
+    }
+    EXPECT_TRUE(fs::is_fifo(pipe));
+    EXPECT_EQ(readFile(config), before);
 }

@@ -190,6 +190,23 @@ TEST_F(ExeFixture, bad_config_paths_fail_clearly_and_change_nothing) {
     EXPECT_TRUE(fs::is_empty(home / "locked"));
 }
 
+TEST_F(ExeFixture, text_output_shows_terminal_commands_and_json_keeps_them_exact) {
+    // An app name that would set the terminal's title and clear the screen.
+    const std::string name = "Mail\x1b]0;owned\x07\x1b[2J\x7fX";
+    writeFile(HalywardPaths::configFile(home.string()),
+              "[apps.mail]\nurl = \"https://mail.example\"\nname = \"" + name + "\"\n");
+    const Result text = halyward({"config", "show"});
+    EXPECT_EQ(text.exitCode, ExitCode::ok);
+    EXPECT_EQ(text.out.find_first_of("\x1b\x07\x7f"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("name = \"Mail\\x1b]0;owned\\x07\\x1b[2J\\x7fX\"\n"), std::string::npos)
+        << text.out;
+
+    const Result json = halyward({"--json", "config", "show"});
+    EXPECT_NE(json.out.find("\"name\":\"Mail\\u001b]0;owned\\u0007\\u001b[2J\x7fX\""),
+              std::string::npos)
+        << json.out;
+}
+
 TEST_F(ExeFixture, talks_to_a_real_control_server) {
     const std::string socket = socketPath();
     StandInApp app(home, socket);

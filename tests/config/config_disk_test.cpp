@@ -113,3 +113,80 @@ TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
     }
     EXPECT_GT(interrupted, 0);
 }
+
+TEST_F(config_disk, edits_through_a_link_reach_its_file_even_when_it_is_missing) {
+    struct Case {
+        std::string name;
+        fs::path linkText;  // what the link says, absolute or relative to its folder
+        fs::path file;      // where the configuration must end up
+        bool exists;        // the linked file is there before the edit
+    };
+    const fs::path dotfiles = root.path / "dotfiles";
+    const Case cases[] = {
+        {"absolute", dotfiles / "a.toml", dotfiles / "a.toml", true},
+        {"relative", "../../dotfiles/b.toml", dotfiles / "b.toml", true},
+        {"dangling", dotfiles / "new/c.toml", dotfiles / "new/c.toml", false},
+        {"dangling relative", "../../dotfiles/d.toml", dotfiles / "d.toml", false},
+        {"chain", "hop.toml", dotfiles / "e.toml", false},
+    };
+    for (const Case& c : cases) {
+        fs::remove_all(path.parent_path());
+        fs::create_directories(path.parent_path());
+        if (c.exists) writeFile(c.file, "# mine\n");
+        fs::create_symlink(c.linkText, path);
+        if (c.name == "chain")
+            fs::create_symlink(dotfiles / "e.toml", path.parent_path() / "hop.toml");
+
+        ConfigFile::update(path, [](ConfigFile& file) { addApp(file, "notes"); });
+        EXPECT_TRUE(fs::is_symlink(path)) << c.name;
+        EXPECT_EQ(fs::read_symlink(path), c.linkText) << c.name;
+        ASSERT_TRUE(fs::is_regular_file(fs::symlink_status(c.file))) << c.name;
+        EXPECT_EQ(ConfigFile::load(c.file).decode().apps.size(), 1u) << c.name;
+        if (c.exists) {
+            EXPECT_EQ(readFile(c.file).rfind("# mine\n", 0), 0u) << c.name;
+        }
+    }
+
+    // A circle of links has no file to edit, and nothing is made anywhere.
+    fs::remove_all(path.parent_path());
+    fs::create_directories(path.parent_path());
+    fs::create_symlink("config.toml", path);
+    try {
+        ConfigFile::update(path, [](ConfigFile& file) { addApp(file, "x"); });
+        ADD_FAILURE() << "a circle of links was edited";
+    } catch (const HalywardError& error) {
+        EXPECT_EQ(error.code, "config");
+        EXPECT_NE(error.message.find("circle"), std::string::npos) << error.message;
+    }
+    EXPECT_TRUE(fs::is_symlink(path));
+}
+
+TEST_F(config_disk, a_read_only_file_is_refused_and_left_as_it_is) {
+    // The tests may run as the superuser, whom the system lets write anything; the refusal
+    // must come from the permission bits, not from a failed write.
+    const std::string text = "# mine\nversion = 1\n";
+    const fs::path real = root.path / "dotfiles" / "config.toml";
+    for (const fs::path& file : {path, real}) {
+        fs::remove_all(path.parent_path());
+        writeFile(file, text);
+        fs::permissions(file, static_cast<fs::perms>(0444));
+        if (file != path) {
+            fs::create_directories(path.parent_path());
+            fs::create_symlink(file, path);
+        }
+        const auto before = fs::last_write_time(file);
+        try {
+            ConfigFile::update(path, [](ConfigFile& edited) { addApp(edited, "x"); });
+            ADD_FAILURE() << "a read-only file was edited";
+        } catch (const HalywardError& error) {
+            EXPECT_EQ(error, HalywardError::config(
+                                 "The configuration file “" + file.string() +
+                                 "” is read-only, so Halyward left it as it is. Make it writable "
+                                 "(for example with chmod u+w) to change it."));
+        }
+        EXPECT_EQ(readFile(file), text);
+        EXPECT_EQ(fs::status(file).permissions(), static_cast<fs::perms>(0444));
+        EXPECT_EQ(fs::last_write_time(file), before);
+        EXPECT_EQ(ConfigFile::load(path).text(), text);  // reading it is fine
+    }
+}

@@ -116,3 +116,28 @@ TEST_F(ClientTest, rejects_answers_it_cannot_trust) {
               CommandOutput::fromError(HalywardError::notFound("No app.")));
     server.join();
 }
+
+TEST_F(ClientTest, takes_only_exit_statuses_the_program_defines) {
+    // A process keeps only the low eight bits of its exit status: 256 would exit 0 and -1
+    // would exit 255, so statuses outside 0 to 8 are an unexpected answer, not the app's.
+    const std::string path = folder + "/status.sock";
+    UniqueFd listener = listenAt(path);
+    const std::int64_t statuses[] = {0, 4, 8, 9, 256, -1, 2147483648ll, -2147483648ll};
+    for (const std::int64_t status : statuses) {
+        std::thread server = fakeServer(listener.get(), [status](const RPCRequest& r) {
+            return line(RPCResponse(r.id, status, "from the app", "null"));
+        });
+        const HalywardError error = thrownBy([&] {
+            const CommandOutput output = ControlClient::send(path, {"ping"}, 5);
+            throw HalywardError("taken", output.message, output.exitCode);
+        });
+        server.join();
+        if (status >= 0 && status <= 8) {
+            EXPECT_EQ(error, HalywardError("taken", "from the app", static_cast<int>(status)));
+        } else {
+            EXPECT_EQ(error, HalywardError::failed(
+                                 "Halyward answered something unexpected: the exit status " +
+                                 std::to_string(status) + " is not one Halyward uses."));
+        }
+    }
+}

@@ -179,6 +179,38 @@ TEST_F(ServerTest, silent_clients_block_nobody_and_are_dropped) {
     EXPECT_EQ(halfLineReply, silentReply);
 }
 
+TEST_F(ServerTest, a_full_server_drops_its_oldest_idle_connection_for_a_new_client) {
+    // Idle connections are only dropped for taking too long after an hour here, so the
+    // ping can only be answered by making room for it.
+    ControlServer server(path, handler, {std::chrono::hours(1), 128});
+    server.start();
+    std::vector<UniqueFd> idle;
+    for (int i = 0; i < 200; ++i) {
+        UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        ASSERT_EQ(::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address),
+                  0);
+        idle.push_back(std::move(socket));
+    }
+    // A generous limit: it only tells "answered" from "waiting for an idle one to go".
+    EXPECT_EQ(ControlClient::send(path, {"ping"}, 30).message, "pong");
+
+    // The oldest was told why it was dropped; the newest is still open and unanswered.
+    timeval limit{30, 0};
+    ::setsockopt(idle.front().get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    std::string reply;
+    char chunk[4096];
+    long got;
+    while ((got = ::recv(idle.front().get(), chunk, sizeof chunk, 0)) > 0) reply.append(chunk, got);
+    EXPECT_EQ(reply, refusal("",
+                             "Halyward closed this connection to serve newer ones, as no "
+                             "request had arrived on it."));
+    EXPECT_EQ(::recv(idle.back().get(), chunk, sizeof chunk, MSG_DONTWAIT), -1);
+    EXPECT_EQ(errno, EAGAIN);
+}
+
 TEST_F(ServerTest, answers_two_hundred_concurrent_clients_one_handler_call_at_a_time) {
     ControlServer server(path, handler);
     server.start();

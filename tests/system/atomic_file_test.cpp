@@ -8,6 +8,10 @@
 #include <filesystem>
 #include <string>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace halyward;
 namespace fs = std::filesystem;
 
@@ -65,4 +69,46 @@ TEST(atomic_file, failed_writes_throw_and_leave_what_was_there) {
     EXPECT_THROW(AtomicFile::write(std::string_view("x"), std::string_view("a\0b", 3), 0644),
                  HalywardError);
     EXPECT_THROW(AtomicFile::write(std::string_view("x"), "", 0644), HalywardError);
+}
+
+TEST(atomic_file, removes_stale_temporary_files_of_its_own_naming_on_the_next_write) {
+    ScratchFolder root;
+    const fs::path folder = root.path / "config";
+    const std::string uuid = "1B4E28BA-2FA1-11D2-883F-0016D3CCA427";
+    struct Case {
+        std::string name;
+        int ageSeconds;
+        bool someoneElses;  // owned by another user
+        bool removed;
+    };
+    const Case cases[] = {
+        {".halyward-" + uuid + ".tmp", 120, false, true},
+        {".halyward-" + uuid.substr(0, 35) + "8.tmp", 3600 * 24, false, true},
+        // A young one may be a write in progress in another process.
+        {".halyward-" + uuid.substr(0, 35) + "9.tmp", 5, false, false},
+        {".halyward-" + uuid.substr(0, 35) + "A.tmp", 120, true, false},
+        // Names that only look alike belong to someone else.
+        {".halyward-1b4e28ba-2fa1-11d2-883f-0016d3cca427.tmp", 120, false, false},
+        {".halyward-notes.tmp", 120, false, false},
+        {"halyward-" + uuid + ".tmp", 120, false, false},
+        {".halyward-" + uuid + ".tmp.keep", 120, false, false},
+    };
+    for (const Case& c : cases) {
+        const fs::path path = folder / c.name;
+        writeFile(path, "a full copy of an older version");
+        const timespec times[2] = {{::time(nullptr) - c.ageSeconds, 0},
+                                   {::time(nullptr) - c.ageSeconds, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+        if (c.someoneElses && ::geteuid() == 0) {
+            ASSERT_EQ(::chown(path.c_str(), 4242, 4242), 0);
+        }
+    }
+    AtomicFile::write(std::string_view("version = 1\n"), (folder / "config.toml").string(), 0644);
+    for (const Case& c : cases) {
+        // Without the superuser's help no file can be given to someone else, and the case
+        // then shows only that our own young file stays.
+        const bool removed = c.removed || (c.someoneElses && ::geteuid() != 0);
+        EXPECT_EQ(!fs::exists(folder / c.name), removed) << c.name;
+    }
+    EXPECT_EQ(readFile(folder / "config.toml"), "version = 1\n");
 }

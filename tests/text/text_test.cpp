@@ -64,3 +64,20 @@ TEST(text, case_mapping_and_classes_follow_unicode) {
     EXPECT_TRUE(isWhitespaceCharacter("\r\n"));
     EXPECT_TRUE(isLineBreak(U'\u0085'));
 }
+
+TEST(text, terminal_safe_text_shows_control_characters_instead_of_obeying_them) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"Mail \u201CNotes\u201D\n\tindented", "Mail \u201CNotes\u201D\n\tindented"},
+        {"\x1b]0;owned\x07title", "\\x1b]0;owned\\x07title"},  // sets the window title
+        {"\x1b[2J\x1b[H", "\\x1b[2J\\x1b[H"},                  // clears the screen
+        {"ok\rfake", "ok\\x0dfake"},
+        {std::string("nul\0del\x7f", 8), "nul\\x00del\\x7f"},
+        {"\xC2\x9B"
+         "31m",
+         "\\u009b31m"},  // the one-character form of ESC [
+        {"\xC2\x85next", "\\u0085next"},
+        {"bad \xFF\xC3 bytes", "bad \uFFFD\uFFFD bytes"},
+        {"\u00e9\u0301 \U0001F600 \uFFFD", "\u00e9\u0301 \U0001F600 \uFFFD"},
+    };
+    for (const auto& [raw, shown] : cases) EXPECT_EQ(terminalSafe(raw), shown) << shown;
+}

@@ -140,3 +140,47 @@ TEST(toml_parser, hostile_input_gives_a_document_or_a_config_error) {
         }
     }
 }
+
+TEST(toml_parser, lossy_places_are_only_what_the_document_drops) {
+    using Kind = TOMLLossyPlace::Kind;
+    struct Case {
+        std::string text;
+        std::vector<std::pair<Kind, std::int64_t>> places;  // kind and line
+        std::vector<std::string> meanings;                  // of the escapes, in order
+    };
+    const Case cases[] = {
+        // What the reader keeps: the five escapes it knows, "#" inside strings, comments
+        // after a value, a quoted key holding a dot.
+        {"a = \"\\n\\t\\r\\\\\\\" # no\"\nb = [\"#\", \"x\"] # kept\n\"c.d\" = 1\n", {}, {}},
+        {"a = 1\r\nb = \"\\u00E9\"\r\n", {{Kind::escape, 2}}, {"é"}},
+        // Escapes naming what the file cannot hold, or nothing whole.
+        {"a = \"\\u0007\\uD800\\u12\\U00110000\\x41\\e\"",
+         {{Kind::escape, 1},
+          {Kind::escape, 1},
+          {Kind::escape, 1},
+          {Kind::escape, 1},
+          {Kind::escape, 1},
+          {Kind::escape, 1}},
+         {"", "", "", "", "A", ""}},
+        {"[t]\na.b.c = [\n# one\n1, # two\n]\n",
+         {{Kind::dottedKey, 2}, {Kind::comment, 3}, {Kind::comment, 4}},
+         {}},
+        {"a = \"\"\"x \\  \t\ny\"\"\"\n", {{Kind::lineContinuation, 1}}, {}},
+    };
+    for (const Case& c : cases) {
+        const std::vector<TOMLLossyPlace> places = TOMLParser::lossyPlaces(c.text);
+        std::vector<std::pair<Kind, std::int64_t>> found;
+        std::vector<std::string> meanings;
+        for (const TOMLLossyPlace& place : places) {
+            found.emplace_back(place.kind, place.line);
+            if (place.kind == Kind::escape) meanings.push_back(place.meaning);
+        }
+        EXPECT_EQ(found, c.places) << c.text;
+        EXPECT_EQ(meanings, c.meanings) << c.text;
+    }
+    const TOMLLossyPlace dotted = TOMLParser::lossyPlaces("[t]\na.b.c = 1\n").front();
+    EXPECT_EQ(dotted.table, (TOMLPath{"t", "a", "b"}));
+    EXPECT_EQ(dotted.key, "c");
+    EXPECT_EQ(dotted.written, "a.b.c");
+    EXPECT_THROW(TOMLParser::lossyPlaces("a = \"\\u00e9\n"), HalywardError);
+}

@@ -3,6 +3,7 @@
 #include "halyward/update/update_feed.hpp"
 #include "halyward/update/update_stamp.hpp"
 #include "halyward/update/version_compare.hpp"
+#include "support/fifo.hpp"
 #include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
@@ -195,6 +196,12 @@ TEST(update_disk, broken_stamps_read_as_none) {
     }
     writeFile(path, R"({"lastAttemptAt":"2024-05-01T12:00:00Z","latestVersion":null,"extra":1})");
     EXPECT_EQ(UpdateDisk::load(path), (UpdateStamp{at(1714564800), std::nullopt, std::nullopt}));
+
+    fs::remove(path);
+    makeFifo(path);  // read as no stamp at once, not waited on
+    std::optional<UpdateStamp> loaded = UpdateStamp{};
+    EXPECT_TRUE(finishesWithoutAWriter(path, [&] { loaded = UpdateDisk::load(path); }));
+    EXPECT_EQ(loaded, std::nullopt);
 
     fs::remove(path);
     fs::create_directory(path);  // a folder where the file should be

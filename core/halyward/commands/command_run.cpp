@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 ConfigFile CommandRun::load() const {
     requireConfigPath();
     struct stat status {};
-    if (::lstat(configPath_.c_str(), &status) != 0 && errno == ENOENT) {
+    // stat, not lstat: a link whose file is missing gets that file from the template too.
+    if (::stat(configPath_.c_str(), &status) != 0 && errno == ENOENT) {
         return ConfigFile::update(configPath_, [](ConfigFile&) {});
     }
     return ConfigFile::load(configPath_);

@@ -5,6 +5,8 @@
 #include "halyward/config/config_json.hpp"
 
 #include <optional>
+#include <string>
+#include <vector>
 
 // The commands that read the configuration as a whole: `layout list`, `config show` and
 // `doctor`.
@@ -38,14 +40,21 @@ CommandOutput configShow(const CommandRun& run) {
 
 CommandOutput doctor(const CommandRun& run) {
     std::optional<ConfigFile> file;
+    std::vector<DoctorFinding> findings;
     try {
         file = run.load();
+        // The text itself, not the document read from it, shows what an edit would change.
+        if (std::optional<std::string> text = ConfigFile::readText(run.configPath())) {
+            findings = doctorTextFindings(*text);
+        }
     } catch (const HalywardError& error) {
         return doctorOutput({doctorFinding(error)});
     }
-    return doctorOutput(
+    std::vector<DoctorFinding> more =
         doctorFindings(file->decode(), run.appsDirectory(),
-                       [&run](const std::string& path) { return run.exists(path); }));
+                       [&run](const std::string& path) { return run.exists(path); });
+    findings.insert(findings.end(), more.begin(), more.end());
+    return doctorOutput(findings);
 }
 
 }  // namespace halyward::commands

@@ -7,6 +7,7 @@
 #include "halyward/text/regex.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/tiling/tile_slot.hpp"
+#include "halyward/toml/document.hpp"
 
 #include <algorithm>
 #include <set>
@@ -50,7 +51,60 @@ std::string tableName(std::string_view family, std::string_view name) {
     return "[" + std::string(family) + "." + (bare ? std::string(name) : text::quoted(name)) + "]";
 }
 
+std::string tomlPathText(const TOMLPath& path) {
+    std::string text;
+    for (const std::string& part : path) {
+        if (!text.empty()) text += '.';
+        text += renderTOMLKey(part);
+    }
+    return text;
+}
+
+std::string lossyPlaceMessage(const TOMLLossyPlace& place) {
+    std::string message = "Config line " + std::to_string(place.line) + ": ";
+    switch (place.kind) {
+        case TOMLLossyPlace::Kind::escape: {
+            const std::string readAs = place.written.substr(1);
+            message += "the escape " + place.written + " is read as " + text::quoted(readAs) +
+                       ", and Halyward's next edit writes it back that way; ";
+            if (!place.meaning.empty()) {
+                message += "write " + text::quoted(place.meaning) + " itself instead.";
+            } else {
+                message += "write what you mean without the backslash.";
+            }
+            return message;
+        }
+        case TOMLLossyPlace::Kind::lineContinuation:
+            return message +
+                   "a backslash at the end of a line in a string keeps the line break instead "
+                   "of joining the lines, and Halyward's next edit writes it back that way; "
+                   "join the lines yourself and remove the backslash.";
+        case TOMLLossyPlace::Kind::dottedKey: {
+            const std::string key = renderTOMLKey(place.key);
+            return message + "the dotted key " + place.written + " loses its prefix when " +
+                   "Halyward next edits the file and then belongs to the table above it; " +
+                   "write " + key + " = … under a [" + tomlPathText(place.table) +
+                   "] header instead.";
+        }
+        case TOMLLossyPlace::Kind::comment:
+            return message + "the comment " + text::quoted(place.written) +
+                   " inside the value of " + renderTOMLKey(place.statementKey) +
+                   " is dropped when Halyward next edits the file; move it above line " +
+                   std::to_string(place.statementLine) + ", where " +
+                   renderTOMLKey(place.statementKey) + " begins.";
+    }
+    return message;
+}
+
 }  // namespace
+
+std::vector<DoctorFinding> doctorTextFindings(std::string_view text) {
+    std::vector<DoctorFinding> findings;
+    for (const TOMLLossyPlace& place : TOMLParser::lossyPlaces(text)) {
+        findings.push_back(configFinding(lossyPlaceMessage(place)));
+    }
+    return findings;
+}
 
 DoctorFinding doctorFinding(const HalywardError& error) {
     return {error.code, error.message, error.exitCode};

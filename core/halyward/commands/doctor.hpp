@@ -29,6 +29,14 @@ struct DoctorFinding {
 /// The finding for a configuration that could not be read at all: its error as it stands.
 DoctorFinding doctorFinding(const HalywardError& error);
 
+/// The places where configuration text (which parses) says more than Halyward's reader
+/// keeps, one finding each, in the order of the text: escapes read as the letters after
+/// the backslash, dotted keys that an edit writes back without their prefix, and comments
+/// inside arrays and inline tables that an edit drops. Each finding starts "Config line
+/// N:" and says what to write instead, so the user can fix the file before an edit
+/// changes it. Throws the parser's error when the text does not parse.
+std::vector<DoctorFinding> doctorTextFindings(std::string_view text);
+
 /// Checks a configuration that parsed: every chord (general, leader key, tile hotkeys,
 /// web apps, `[hotkeys]`), unknown tile-hotkey actions, hotkey conflicts and chords macOS
 /// reserves, tile names of web apps, rules and layouts, rule title patterns, and web apps

@@ -3,11 +3,11 @@
 #include "halyward/base/error.hpp"
 #include "halyward/commands/help_text.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/text/text.hpp"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <optional>
 #include <system_error>
@@ -21,13 +21,12 @@ namespace {
 constexpr std::string_view kFrontMatter = "---\nname: halyward\n";
 
 /// The file's first bytes, enough to tell whose skill it is; none when it is not there.
+/// Throws HalywardError::failed when something other than a regular file is in its place:
+/// that is nobody's skill, and waiting on a named pipe would hold the configuration lock.
 std::optional<std::string> readHead(const std::string& path, std::size_t limit) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string head(limit, '\0');
-    in.read(head.data(), static_cast<std::streamsize>(limit));
-    head.resize(static_cast<std::size_t>(in.gcount()));
-    return head;
+    std::optional<RegularFile> file = readRegularFile(path, limit);
+    if (!file) return std::nullopt;
+    return std::move(file->bytes);
 }
 
 bool isOurs(const std::string& head) { return head.starts_with(kFrontMatter); }

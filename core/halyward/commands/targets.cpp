@@ -1,11 +1,11 @@
 #include "halyward/commands/targets.hpp"
 
 #include "halyward/base/error.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <system_error>
 
@@ -31,17 +31,23 @@ const WebAppRecord* matchRecord(const HalywardConfig& config, std::string_view w
 
 /// The `Name=` of the `[Desktop Entry]` group, or none when the file is hidden or has
 /// no name. Reads at most the first 256 KiB: desktop files are small, and a huge file in
-/// an applications folder must not stall a command.
+/// an applications folder must not stall a command, nor a named pipe planted there.
 std::optional<std::string> desktopEntryName(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string line;
+    std::optional<RegularFile> contents;
+    try {
+        contents = readRegularFile(file.native(), 256 * 1024);
+    } catch (const HalywardError&) {
+        return std::nullopt;  // not a desktop file, whatever it is
+    }
+    if (!contents) return std::nullopt;
+    const std::string_view bytes = contents->bytes;
     bool inEntry = false;
     std::optional<std::string> name;
-    std::size_t budget = 256 * 1024;
-    while (budget > 0 && std::getline(in, line)) {
-        budget = line.size() + 1 >= budget ? 0 : budget - line.size() - 1;
-        const std::string_view trimmed = text::trimBlanks(line);
+    for (std::size_t start = 0; start < bytes.size();) {
+        std::size_t end = bytes.find('\n', start);
+        if (end == std::string_view::npos) end = bytes.size();
+        const std::string_view trimmed = text::trimBlanks(bytes.substr(start, end - start));
+        start = end + 1;
         if (trimmed.empty() || trimmed.front() == '#') continue;
         if (trimmed.front() == '[') {
             if (inEntry) break;

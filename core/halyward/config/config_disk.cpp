@@ -2,17 +2,18 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/system/unique_fd.hpp"
 #include "halyward/text/text.hpp"
 
 #include <cerrno>
+#include <limits>
 #include <optional>
 #include <string>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 // Reading config.toml and its locked read-modify-write.
@@ -25,44 +26,39 @@ namespace fs = std::filesystem;
 
 std::string quotedPath(const fs::path& path) { return text::quoted(path.string()); }
 
-// Reads the whole file, and its permission bits into `mode` when given; nothing when the
-// file does not exist.
-std::optional<std::string> readConfigText(const fs::path& path, mode_t* mode) {
-    // Non-blocking, so a FIFO in place of the file is refused below rather than waited on.
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file.valid()) {
-        if (errno == ENOENT) return std::nullopt;
-        throw HalywardError::config("Halyward can't read the configuration file " +
-                                    quotedPath(path) + ": " + systemReason(errno) + ".");
+// Reads the whole file; nothing when the file does not exist. A named pipe or anything
+// else that is not a regular file is refused rather than waited on.
+std::optional<RegularFile> readConfigFile(const fs::path& path) {
+    try {
+        return readRegularFile(path.native(), std::numeric_limits<std::size_t>::max());
+    } catch (const HalywardError& error) {
+        // The configuration's own kind of failure, so the exit status says where to look.
+        throw HalywardError::config(error.message);
     }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        throw HalywardError::config("Halyward can't read the configuration file " +
-                                    quotedPath(path) + ": " + systemReason(errno) + ".");
-    }
-    if (S_ISDIR(status.st_mode)) {
-        throw HalywardError::config("The configuration file " + quotedPath(path) +
-                                    " is a folder, not a file.");
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw HalywardError::config("The configuration file " + quotedPath(path) +
-                                    " is not a regular file.");
-    }
-    if (mode) *mode = status.st_mode & 07777;
-    std::string text;
-    if (status.st_size > 0) text.reserve(static_cast<std::size_t>(status.st_size));
-    char buffer[65536];
-    for (;;) {
-        const ssize_t count = ::read(file.get(), buffer, sizeof buffer);
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            throw HalywardError::config("Halyward can't read the configuration file " +
-                                        quotedPath(path) + ": " + systemReason(errno) + ".");
+}
+
+// The file a chain of symbolic links at `path` ends in, or `path` itself when it is not a
+// link. Links are how users keep their dotfiles, so an edit goes to the file the link
+// points to, and the link stays a link; the file there is created when it does not exist
+// yet. Only the final name is followed: folders on the way are the system's business.
+fs::path linkTarget(const fs::path& path) {
+    // The same bound the system puts on following links when it opens a path.
+    constexpr int maxLinks = 40;
+    fs::path target = path;
+    for (int followed = 0;; ++followed) {
+        std::error_code error;
+        if (!fs::is_symlink(fs::symlink_status(target, error)) || error) return target;
+        if (followed == maxLinks) {
+            throw HalywardError::config("The configuration file " + quotedPath(path) +
+                                        " is a symbolic link that leads round in a circle.");
         }
-        if (count == 0) break;
-        text.append(buffer, static_cast<std::size_t>(count));
+        const fs::path next = fs::read_symlink(target, error);
+        if (error) {
+            throw HalywardError::config("Halyward can't follow the link " + quotedPath(target) +
+                                        ": " + systemReason(error.value()) + ".");
+        }
+        target = next.is_absolute() ? next : target.parent_path() / next;
     }
-    return text;
 }
 
 // Holds an exclusive flock on the lock file beside the configuration until destroyed;
@@ -92,24 +88,24 @@ private:
 
 }  // namespace
 
+std::optional<std::string> ConfigFile::readText(const fs::path& path) {
+    std::optional<RegularFile> file = readConfigFile(path);
+    if (!file) return std::nullopt;
+    return std::move(file->bytes);
+}
+
 ConfigFile ConfigFile::load(const fs::path& path) {
-    std::optional<std::string> text = readConfigText(path, nullptr);
-    if (!text) return makeDefault();
-    return ConfigFile(*text);
+    const std::optional<RegularFile> file = readConfigFile(path);
+    if (!file) return makeDefault();
+    return ConfigFile(file->bytes);
 }
 
 ConfigFile ConfigFile::update(const fs::path& path, const std::function<void(ConfigFile&)>& edit) {
-    // Following a link keeps the user's link in place and edits the file it points to.
-    std::error_code error;
-    fs::path target = path;
-    if (fs::is_symlink(fs::symlink_status(path, error))) {
-        fs::path resolved = fs::weakly_canonical(path, error);
-        if (!error) target = resolved;
-    }
+    const fs::path target = linkTarget(path);
 
     fs::path folder = target.parent_path();
     if (folder.empty()) folder = ".";
-    error.clear();
+    std::error_code error;
     fs::create_directories(folder, error);
     if (error) {
         throw HalywardError::config("Halyward can't create the configuration folder " +
@@ -120,15 +116,21 @@ ConfigFile ConfigFile::update(const fs::path& path, const std::function<void(Con
     lockPath += ".lock";
     const ConfigLock lock(lockPath);
 
-    mode_t mode = 0644;
-    std::optional<std::string> text = readConfigText(target, &mode);
-    const bool existed = text.has_value();
-    ConfigFile file = existed ? ConfigFile(*text) : makeDefault();
+    const std::optional<RegularFile> current = readConfigFile(target);
+    if (current && !writableByCurrentUser(*current)) {
+        // Replacing the file would succeed whatever its mode, because a rename needs only
+        // the folder to be writable; a file made read-only says "do not change me".
+        throw HalywardError::config("The configuration file " + quotedPath(target) +
+                                    " is read-only, so Halyward left it as it is. Make it "
+                                    "writable (for example with chmod u+w) to change it.");
+    }
+    ConfigFile file = current ? ConfigFile(current->bytes) : makeDefault();
 
     edit(file);
 
     std::string rendered = file.text();
-    if (!existed || rendered != *text) {
+    if (!current || rendered != current->bytes) {
+        const std::uint32_t mode = current ? current->permissions : 0644;
         AtomicFile::write(std::string_view(rendered), target.native(),
                           static_cast<std::uint16_t>(mode));
     }

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -55,14 +56,21 @@ struct ConfigFile {
     /// `makeDefault()` (nothing is created). Throws HalywardError::config when the path is
     /// a folder or cannot be read, and the parser's error when the text is not valid.
     static ConfigFile load(const std::filesystem::path& path);
+    /// The bytes of the file at `path` as they are, for readers that need the text itself
+    /// rather than the document read from it; none when the file does not exist. Throws
+    /// HalywardError::config as `load` does when the path cannot be read.
+    static std::optional<std::string> readText(const std::filesystem::path& path);
 
     /// Read-modify-write under an advisory lock on `path` + ".lock": creates the folder,
     /// loads the file (the default file when it is missing), runs `edit`, and writes the
     /// result through AtomicFile, keeping the file's permissions (0644 for a new file).
     /// A file that does not parse fails with the parser's error and is left byte for byte;
     /// so is every file when `edit` throws. An edit that changes nothing writes nothing.
-    /// A symbolic link at `path` is followed, so the link stays a link. Returns the file
-    /// as written.
+    /// A symbolic link at `path` is followed, so the link stays a link and the file it
+    /// points to is edited, or created when the link dangles. A file whose permission
+    /// bits make it read-only for the user (even for the superuser, see
+    /// `writableByCurrentUser`) is refused with HalywardError::config before `edit` runs,
+    /// and stays as it is. Returns the file as written.
     static ConfigFile update(const std::filesystem::path& path,
                              const std::function<void(ConfigFile&)>& edit);
 

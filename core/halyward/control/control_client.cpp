@@ -12,7 +12,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <random>
 #include <thread>
 
@@ -206,10 +205,12 @@ CommandOutput outputOf(const RPCResponse& response, const std::string& id) {
         throw HalywardError::failed("Halyward answered another request (id " +
                                     text::quoted(response.id) + " instead of " + text::quoted(id) +
                                     ").");
-    if (response.exitCode < std::numeric_limits<std::int32_t>::min() ||
-        response.exitCode > std::numeric_limits<std::int32_t>::max())
-        throw HalywardError::failed("Halyward answered with the exit status " +
-                                    std::to_string(response.exitCode) + ", which is out of range.");
+    // Only the statuses the program defines may become ours: a process exit status keeps
+    // just its low eight bits, so 256 would read as success and -1 as 255.
+    if (response.exitCode < ExitCode::ok || response.exitCode > ExitCode::failed)
+        throw HalywardError::failed("Halyward answered something unexpected: the exit status " +
+                                    std::to_string(response.exitCode) +
+                                    " is not one Halyward uses.");
     JSONValue payload;
     try {
         payload = JSONValue::parse(response.payload);

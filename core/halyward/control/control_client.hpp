@@ -23,7 +23,8 @@ namespace ControlClient {
 /// for as long as it takes, zero, negative or NaN only takes an answer that is already
 /// there. Throws HalywardError::unavailable("Halyward is not running.") when nothing
 /// listens at `socketPath`, HalywardError::unavailable when no answer comes in time, and
-/// HalywardError::failed when the answer cannot be read or belongs to another request.
+/// HalywardError::failed when the answer cannot be read, belongs to another request or
+/// carries an exit status outside `ExitCode` (0 to 8).
 CommandOutput send(const std::string& socketPath, const std::vector<std::string>& arguments,
                    double timeoutSeconds);
 

@@ -31,7 +31,10 @@ struct ControlServerOptions {
     /// How long a connection may take to deliver its request line, and again to take its
     /// answer; a connection that exceeds it is closed. At least 1 ms.
     std::chrono::milliseconds ioTimeout{10000};
-    /// Connections read or answered at once; later ones wait in the listen queue. At least 1.
+    /// Connections open at once. When that many are open, a new connection takes the place
+    /// of the one that has waited longest without sending its request (which is told so
+    /// and closed); only while every one has sent its request do new ones wait in the
+    /// listen queue. At least 1.
     std::size_t maxConnections = 128;
 
     bool operator==(const ControlServerOptions&) const = default;

@@ -44,8 +44,37 @@ std::string secondsText(std::chrono::milliseconds duration) {
 
 }  // namespace
 
+bool ControlServer::Impl::hasRoom() const {
+    if (connections.size() < options.maxConnections) return true;
+    return std::any_of(connections.begin(), connections.end(), [](const auto& entry) {
+        return !entry.second.socket.valid() || entry.second.phase == Connection::Phase::reading;
+    });
+}
+
+void ControlServer::Impl::makeRoom() {
+    if (connections.size() < options.maxConnections) return;
+    // Connections already closed are the cheapest to give up.
+    if (std::erase_if(connections, [](const auto& entry) { return !entry.second.socket.valid(); }))
+        return;
+    // Keys grow with every connection, so the first reading one is the one that has been
+    // silent longest. Dropping it rather than refusing the newcomer keeps a pile of idle
+    // connections from locking everyone else out; a client that does send its request is
+    // never dropped for room.
+    for (auto found = connections.begin(); found != connections.end(); ++found) {
+        Connection& connection = found->second;
+        if (connection.phase != Connection::Phase::reading) continue;
+        connection.output = encodedResponse(
+            "", failedOutput("Halyward closed this connection to serve newer ones, as no request "
+                             "had arrived on it."));
+        connection.written = 0;
+        writeTo(connection);  // tried once: a client that is not listening loses nothing
+        connections.erase(found);
+        return;
+    }
+}
+
 void ControlServer::Impl::acceptAll(Clock::time_point now) {
-    while (connections.size() < options.maxConnections) {
+    while (hasRoom()) {
         UniqueFd socket = detail::acceptConnection(listener.get());
         if (!socket.valid()) {
             if (errno == EINTR || errno == ECONNABORTED) continue;
@@ -56,6 +85,7 @@ void ControlServer::Impl::acceptAll(Clock::time_point now) {
             return;
         }
         if (!detail::fromSameUser(socket.get())) continue;  // closed without an answer
+        makeRoom();
         std::uint64_t key = nextConnection++;
         Connection& connection = connections[key];
         connection.socket = std::move(socket);
@@ -201,7 +231,7 @@ void ControlServer::Impl::pollOnce(std::vector<pollfd>& watched, std::vector<std
     watched.clear();
     keys.clear();
     watched.push_back({wakeReader.get(), POLLIN, 0});
-    const bool accepting = connections.size() < options.maxConnections && now >= acceptPausedUntil;
+    const bool accepting = now >= acceptPausedUntil && hasRoom();
     if (accepting) watched.push_back({listener.get(), POLLIN, 0});
     const std::size_t firstConnection = watched.size();
 

@@ -5,6 +5,7 @@
 #include "halyward/text/text.hpp"
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -25,12 +26,54 @@ namespace fs = std::filesystem;
                                 systemReason(error) + ".");
 }
 
+constexpr std::string_view kTemporaryPrefix = ".halyward-";
+constexpr std::string_view kTemporarySuffix = ".tmp";
+
 std::string temporaryName() {
     uuid_t uuid;
     uuid_generate_random(uuid);
     char text[37];
     uuid_unparse_upper(uuid, text);
-    return std::string(".halyward-") + text + ".tmp";
+    return std::string(kTemporaryPrefix) + text + std::string(kTemporarySuffix);
+}
+
+// True for exactly the names temporaryName() makes: the prefix, an upper-case UUID in its
+// 8-4-4-4-12 form, and the suffix. Anything else in the folder is someone else's.
+bool isTemporaryName(std::string_view name) {
+    if (!name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix)) return false;
+    name.remove_prefix(kTemporaryPrefix.size());
+    name.remove_suffix(kTemporarySuffix.size());
+    if (name.size() != 36) return false;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const char c = name[i];
+        const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
+        if (dash ? c != '-' : !((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'))) return false;
+    }
+    return true;
+}
+
+// A write killed between creating its temporary file and renaming it leaves a full copy
+// behind, under a hidden name nobody else will clean up. The next write into the same
+// folder removes such files when they are ours (same user), regular, and older than a
+// minute: a younger one may belong to a write still running in another process. Failing
+// to remove one is no reason to fail this write.
+void removeStaleTemporaries(const fs::path& folder) {
+    const auto cutoff = std::chrono::system_clock::now() - std::chrono::minutes(1);
+    const uid_t user = ::geteuid();
+    std::error_code error;
+    for (fs::directory_iterator entries(folder, error), end; !error && entries != end;
+         entries.increment(error)) {
+        const fs::directory_entry& entry = *entries;
+        const std::string name = entry.path().filename().string();
+        if (!isTemporaryName(name)) continue;
+        struct stat status {};
+        if (::lstat(entry.path().c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+            status.st_uid != user) {
+            continue;
+        }
+        const auto modified = std::chrono::system_clock::from_time_t(status.st_mtime);
+        if (modified < cutoff) ::unlink(entry.path().c_str());
+    }
 }
 
 /// Closes the descriptor and removes the temporary file unless the write went through.
@@ -99,6 +142,8 @@ void writeBytes(const std::uint8_t* bytes, std::size_t size, std::string_view pa
     std::error_code error;
     fs::create_directories(folder, error);
     if (error) fail(pathString, error.value());
+
+    removeStaleTemporaries(folder);
 
     Temporary temporary((folder / temporaryName()).string());
     const int fd = ::open(temporary.path().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);

@@ -204,4 +204,37 @@ std::string quoted(std::string_view words) {
     return out;
 }
 
+std::string terminalSafe(std::string_view text) {
+    static constexpr char hex[] = "0123456789abcdef";
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t pos = 0; pos < text.size();) {
+        const unsigned char byte = static_cast<unsigned char>(text[pos]);
+        if (byte >= 0x20 && byte < 0x7F) {  // the plain ASCII fast path
+            out += static_cast<char>(byte);
+            ++pos;
+            continue;
+        }
+        const Scalar scalar = decodeAt(text, pos);
+        const char32_t value = scalar.value;
+        if (value == '\n' || value == '\t') {
+            out += static_cast<char>(value);
+        } else if (value < 0x20 || value == 0x7F) {
+            out += "\\x";
+            out += hex[value >> 4];
+            out += hex[value & 0xF];
+        } else if (value >= 0x80 && value <= 0x9F) {
+            out += "\\u00";
+            out += hex[value >> 4];
+            out += hex[value & 0xF];
+        } else if (value == 0xFFFD && scalar.length == 1) {
+            out += "\uFFFD";  // a byte that is not UTF-8: some terminals would act on it
+        } else {
+            out.append(text.substr(pos, scalar.length));
+        }
+        pos += scalar.length;
+    }
+    return out;
+}
+
 }  // namespace halyward::text

@@ -62,4 +62,11 @@ std::string uppercased(std::string_view text);
 /// The user's words set between “ and ”, as every message quotes them.
 std::string quoted(std::string_view words);
 
+/// `text` made harmless for a terminal: line feeds and tabs stay, every other control
+/// character (C0, DEL and C1, which terminals read as commands that move the cursor,
+/// rewrite the screen or set the window title) is shown as an escape such as "\x1b" or
+/// "\u009b", and bytes that are not UTF-8 become U+FFFD. Text without such characters is
+/// returned unchanged.
+std::string terminalSafe(std::string_view text);
+
 }  // namespace halyward::text

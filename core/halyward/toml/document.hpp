@@ -159,12 +159,49 @@ private:
     std::size_t skipBlank(std::size_t before, std::size_t floor) const;
 };
 
+/// A place where the reader keeps less than the text says, so that the next edit, which
+/// writes the document back in its own form, changes what the user wrote.
+struct TOMLLossyPlace {
+    enum class Kind {
+        /// A backslash escape other than \n, \t, \r, \\ and \": read as the characters
+        /// after the backslash.
+        escape,
+        /// A backslash ending a line inside a multi-line string: read as a line break, not
+        /// as a join of the two lines.
+        lineContinuation,
+        /// A dotted key: read into the table it names, written back without its prefix.
+        dottedKey,
+        /// A comment inside an array or inline table written over several lines: dropped.
+        comment,
+    };
+    Kind kind = Kind::escape;
+    /// The line of the place, counted from 1.
+    std::int64_t line = 0;
+    /// The escape (from its backslash), the dotted key or the comment, as written.
+    std::string written;
+    /// For an escape: the character TOML gives it, when it is one that can stand in the
+    /// file as it is (not a control character); empty otherwise.
+    std::string meaning;
+    /// For a dotted key: the table it belongs to, and its last part.
+    TOMLPath table;
+    std::string key;
+    /// For a comment: the key whose value holds it, and the line where that key begins.
+    std::string statementKey;
+    std::int64_t statementLine = 0;
+
+    bool operator==(const TOMLLossyPlace&) const = default;
+};
+
 namespace TOMLParser {
 /// Parses configuration text (CR LF and lone CR are read as LF) in time linear in its
 /// size. Throws HalywardError::config("Config line N: …") at the first error; arrays and
 /// inline tables nested deeper than `maxNesting` levels are such an error.
 TOMLDocument parse(std::string_view text);
 inline constexpr int maxNesting = 256;
+/// Every place, in order, where `text` says more than `parse` keeps: the reader knowingly
+/// reads a subset of TOML, and this tells the user before an edit rewrites such a place.
+/// Throws as `parse` does when the text does not parse.
+std::vector<TOMLLossyPlace> lossyPlaces(std::string_view text);
 }  // namespace TOMLParser
 
 /// The document as text: raw nodes unchanged, each statement on a line of its own in

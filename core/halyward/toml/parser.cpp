@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -40,7 +42,9 @@ constexpr std::array<bool, 256> multilineStops = [] {
 // more than the line breaks before the failing position, counted once when it happens.
 class Parser {
 public:
-    explicit Parser(std::string_view text) : text_(text) {}
+    // With `places`, also notes every place the document keeps less than the text says.
+    explicit Parser(std::string_view text, std::vector<TOMLLossyPlace>* places = nullptr)
+        : text_(text), places_(places) {}
 
     TOMLDocument run() {
         TOMLDocument document;
@@ -84,6 +88,26 @@ private:
         throw HalywardError::config(std::move(line));
     }
 
+    // The line of `position`. Places are noted in the order of the text, so counting on
+    // from the last place keeps noting them linear in the size of the text.
+    std::int64_t lineOf(std::size_t position) {
+        const auto at = [this](std::size_t index) {
+            return text_.begin() + static_cast<std::ptrdiff_t>(index);
+        };
+        if (position >= countedTo_) {
+            countedLines_ += std::count(at(countedTo_), at(position), '\n');
+        } else {
+            countedLines_ -= std::count(at(position), at(countedTo_), '\n');
+        }
+        countedTo_ = position;
+        return countedLines_ + 1;
+    }
+
+    void note(TOMLLossyPlace place, std::size_t position) {
+        place.line = lineOf(position);
+        places_->push_back(std::move(place));
+    }
+
     bool atEnd() const { return pos_ >= text_.size(); }
     // Only for ASCII punctuation, which always forms a character of its own.
     bool at(char punctuation) const { return pos_ < text_.size() && text_[pos_] == punctuation; }
@@ -103,7 +127,16 @@ private:
                 ++pos_;
             } else if (current == '#') {
                 const std::size_t lineEnd = text_.find('\n', pos_);
-                pos_ = lineEnd == npos ? text_.size() : lineEnd;
+                const std::size_t end = lineEnd == npos ? text_.size() : lineEnd;
+                if (places_) {
+                    TOMLLossyPlace place;
+                    place.kind = TOMLLossyPlace::Kind::comment;
+                    place.written = text::trimBlanks(text_.substr(pos_, end - pos_));
+                    place.statementKey = statementKey_;
+                    place.statementLine = statementLine_;
+                    note(std::move(place), pos_);
+                }
+                pos_ = end;
             } else {
                 break;
             }
@@ -137,6 +170,9 @@ private:
     }
 
     void assignment() {
+        const std::size_t start = pos_;
+        // Counted before the key, whose escapes are noted as it is read.
+        const std::int64_t startLine = places_ ? lineOf(start) : 0;
         // Nearly every key is a single part, so the dotted parts only get a list of their
         // own when there are any.
         std::string name = key();
@@ -158,6 +194,22 @@ private:
             message += name;
             message += '.';
             fail(message);
+        }
+        if (places_) {
+            // The renderer writes a key node as its last part alone, under whatever table
+            // header comes before it.
+            if (!dotted.empty()) {
+                TOMLLossyPlace place;
+                place.kind = TOMLLossyPlace::Kind::dottedKey;
+                place.written = text::trimBlanks(text_.substr(start, pos_ - start));
+                place.table = table_;
+                place.table.insert(place.table.end(), dotted.begin(), dotted.end());
+                place.key = name;
+                place.line = startLine;
+                places_->push_back(std::move(place));
+            }
+            statementKey_ = name;
+            statementLine_ = startLine;
         }
         ++pos_;
         skipBlanks();
@@ -312,9 +364,11 @@ private:
     // "\t" and then U+0301 is a tab and a mark, as every other TOML reader sees it, and as
     // the renderer needs it to be when a value holds a tab followed by a mark.
     void escape(std::string& into) {
+        const std::size_t backslash = pos_;
         ++pos_;
         if (atEnd()) fail("A string ends in a backslash.");
         const std::size_t end = byteAt(pos_) < 0x80 ? pos_ + 1 : detail::characterEnd(text_, pos_);
+        if (places_) noteEscape(backslash, end);
         if (end == pos_ + 1) {
             switch (text_[pos_]) {
                 case 'n': into += '\n'; break;
@@ -326,6 +380,43 @@ private:
             into.append(text_.substr(pos_, end - pos_));
         }
         pos_ = end;
+    }
+
+    // Notes an escape this reader does not give its TOML meaning: everything but \n, \t,
+    // \r, \\ and \". `end` is where the character after the backslash ends.
+    void noteEscape(std::size_t backslash, std::size_t end) {
+        const char letter = end == backslash + 2 ? text_[backslash + 1] : '\0';
+        if (letter == 'n' || letter == 't' || letter == 'r' || letter == '\\' || letter == '"')
+            return;
+        TOMLLossyPlace place;
+        std::size_t blanksEnd = backslash + 1;
+        while (blanksEnd < text_.size() && (text_[blanksEnd] == ' ' || text_[blanksEnd] == '\t'))
+            ++blanksEnd;
+        if (blanksEnd < text_.size() && text_[blanksEnd] == '\n') {
+            place.kind = TOMLLossyPlace::Kind::lineContinuation;
+            place.written = "\\";
+            return note(std::move(place), backslash);
+        }
+        place.kind = TOMLLossyPlace::Kind::escape;
+        // \uXXXX and \UXXXXXXXX name a character, as \xXX does in newer TOML; the rest
+        // stand for control characters or for nothing.
+        const std::size_t digits = letter == 'u' ? 4 : letter == 'U' ? 8 : letter == 'x' ? 2 : 0;
+        std::size_t stop = end;
+        char32_t value = 0;
+        while (stop < end + digits && stop < text_.size() &&
+               std::isxdigit(static_cast<unsigned char>(text_[stop]))) {
+            const char digit = text_[stop];
+            value = value * 16 + static_cast<char32_t>(digit <= '9'   ? digit - '0'
+                                                       : digit <= 'F' ? digit - 'A' + 10
+                                                                      : digit - 'a' + 10);
+            ++stop;
+        }
+        place.written = text_.substr(backslash, stop - backslash);
+        const bool named = digits > 0 && stop == end + digits;
+        const bool writable = value >= 0x20 && value != 0x7F && !(value >= 0x80 && value <= 0x9F) &&
+                              !(value >= 0xD800 && value <= 0xDFFF) && value <= 0x10FFFF;
+        if (named && writable) text::appendUTF8(place.meaning, value);
+        note(std::move(place), backslash);
     }
 
     // Quotes, backslashes and line breaks are ASCII punctuation and so always characters
@@ -429,14 +520,17 @@ private:
     std::size_t pos_ = 0;
     TOMLPath table_;
     std::vector<TOMLNode>* nodes_ = nullptr;
+    std::vector<TOMLLossyPlace>* places_ = nullptr;
+    std::size_t countedTo_ = 0;
+    std::int64_t countedLines_ = 0;
+    std::string statementKey_;
+    std::int64_t statementLine_ = 0;
     std::size_t pendingBegin_ = npos;
     std::size_t pendingEnd_ = 0;
 };
 
-}  // namespace
-
-TOMLDocument TOMLParser::parse(std::string_view text) {
-    if (text.find('\r') == npos) return Parser(text).run();
+// Line breaks are read as LF alone; CR LF and a lone CR become LF first.
+std::string normalisedLineBreaks(std::string_view text) {
     std::string normalised;
     normalised.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -447,7 +541,28 @@ TOMLDocument TOMLParser::parse(std::string_view text) {
         normalised += '\n';
         if (i + 1 < text.size() && text[i + 1] == '\n') ++i;
     }
-    return Parser(normalised).run();
+    return normalised;
+}
+
+}  // namespace
+
+TOMLDocument TOMLParser::parse(std::string_view text) {
+    if (text.find('\r') == npos) return Parser(text).run();
+    return Parser(normalisedLineBreaks(text)).run();
+}
+
+std::vector<TOMLLossyPlace> TOMLParser::lossyPlaces(std::string_view text) {
+    std::vector<TOMLLossyPlace> places;
+    if (text.find('\r') == npos) {
+        Parser(text, &places).run();
+    } else {
+        Parser(normalisedLineBreaks(text), &places).run();
+    }
+    // A dotted key is only known to be one after its parts, whose escapes come first.
+    std::stable_sort(
+        places.begin(), places.end(),
+        [](const TOMLLossyPlace& a, const TOMLLossyPlace& b) { return a.line < b.line; });
+    return places;
 }
 
 }  // namespace halyward

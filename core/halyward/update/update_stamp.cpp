@@ -1,12 +1,12 @@
 #include "halyward/update/update_stamp.hpp"
 
+#include "halyward/base/error.hpp"
 #include "halyward/base/json.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/system/regular_file.hpp"
 
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
 namespace halyward {
 
@@ -131,15 +131,16 @@ std::optional<chrono::system_clock::time_point> UpdateDisk::parseDate(std::strin
 }
 
 std::optional<UpdateStamp> UpdateDisk::load(std::string_view path) {
-    std::ifstream file{std::string(path), std::ios::binary};
-    if (!file) return std::nullopt;
-    std::string bytes;
-    bytes.resize(kMaxStampBytes + 1);
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (file.bad()) return std::nullopt;
-    std::size_t size = static_cast<std::size_t>(file.gcount());
-    if (size > kMaxStampBytes) return std::nullopt;
-    bytes.resize(size);
+    // A named pipe or device in the stamp's place is as good as no stamp: refused at
+    // once, never waited on, and replaced by the next save.
+    std::optional<RegularFile> file;
+    try {
+        file = readRegularFile(path, kMaxStampBytes + 1);
+    } catch (const HalywardError&) {
+        return std::nullopt;
+    }
+    if (!file || file->bytes.size() > kMaxStampBytes) return std::nullopt;
+    const std::string& bytes = file->bytes;
 
     std::optional<JSONObject> object;
     try {

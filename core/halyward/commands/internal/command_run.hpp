@@ -35,6 +35,8 @@ public:
     ConfigFile edit(const std::function<void(ConfigFile&)>& change) const;
     // Whether something exists at `path`, through the context's probe when it has one.
     bool exists(const std::string& path) const;
+    // The configuration file's path, as --config or the home folder gives it.
+    const std::string& configPath() const { return configPath_; }
     // The folder web-app bundles are made in.
     std::string appsDirectory() const;
 

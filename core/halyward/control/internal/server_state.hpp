@@ -119,6 +119,11 @@ struct ControlServer::Impl {
     CommandOutput runHandler(const std::vector<std::string>& arguments) const;
     std::optional<CommandOutput> execute(std::vector<std::string> arguments);
 
+    // True when a new connection can be taken: there are fewer than the most allowed, or
+    // one of them is closed or still waiting for its request and can give way.
+    bool hasRoom() const;
+    // Drops the connection that has waited longest for its request when the server is full.
+    void makeRoom();
     void acceptAll(Clock::time_point now);
     void readFrom(std::uint64_t key, Connection& connection, Clock::time_point now);
     void dispatch(std::uint64_t key, Connection& connection, Clock::time_point now);
