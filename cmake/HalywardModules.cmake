@@ -11,6 +11,8 @@ pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+# 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).
+find_package(CURL 7.85 REQUIRED)
 
 if(NOT TARGET halyward_warnings)
   add_library(halyward_warnings INTERFACE)
