@@ -74,7 +74,8 @@ std::string encodeLeniently(std::string_view text) {
 std::optional<boost::urls::url> parseAddress(std::string_view text) {
     if (auto strict = boost::urls::parse_uri_reference(text)) return boost::urls::url(*strict);
     if (hasControlCharacter(text)) return std::nullopt;
-    if (auto lenient = boost::urls::parse_uri_reference(encodeLeniently(text))) {
+    const std::string encoded = encodeLeniently(text);  // outlives the view parsed from it
+    if (auto lenient = boost::urls::parse_uri_reference(encoded)) {
         return boost::urls::url(*lenient);
     }
     return std::nullopt;

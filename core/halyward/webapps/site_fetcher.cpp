@@ -115,8 +115,10 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
 
     report("page");
     const FetchResult page = fetcher.fetch(siteURL, limits.maxPageBytes);
-    // No answer at all means the later fetches would only wait for the same time-outs.
-    if (page.status == 0) {
+    // Without a page (no answer, a time-out, a redirect loop or one to another scheme) the
+    // later fetches would only run into the same trouble; an error status, though, still
+    // leaves the site's own icon files worth a try.
+    if (!page.error.empty() && !page.truncated && (page.status < 400 || page.status > 599)) {
         site.reason = "the site could not be reached: " + page.error;
         return site;
     }
