@@ -29,8 +29,10 @@ std::string_view Regex::Match::group(std::string_view subject, int index) const 
 
 std::optional<Regex::Match> Regex::find(std::string_view subject, std::size_t offset) const {
     if (offset > subject.size()) return std::nullopt;
-    const std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data(
-        pcre2_match_data_create_from_pattern(code_, nullptr), &pcre2_match_data_free);
+    // Every pattern here has at most three groups, so one block of match data per thread
+    // serves them all and a page of many tags costs no allocation per match.
+    thread_local const std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data(
+        pcre2_match_data_create(4, nullptr), &pcre2_match_data_free);
     if (!data) return std::nullopt;
     const int result = pcre2_match(code_, reinterpret_cast<PCRE2_SPTR>(subject.data()),
                                    subject.size(), offset, 0, data.get(), nullptr);

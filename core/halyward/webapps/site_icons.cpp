@@ -56,6 +56,25 @@ bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
+char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// For the ASCII words compared here, ASCII case folding gives the same answers as full
+// Unicode lower-casing: no other character lower-cases to a, c, e, f, i, m, n, o, s or t
+// alone, so the cost of the Unicode tables is saved on every tag.
+bool containsIgnoringCase(std::string_view text, std::string_view lowerWord) {
+    if (lowerWord.size() > text.size()) return false;
+    for (std::size_t i = 0; i + lowerWord.size() <= text.size(); ++i) {
+        std::size_t j = 0;
+        while (j < lowerWord.size() && asciiLower(text[i + j]) == lowerWord[j]) ++j;
+        if (j == lowerWord.size()) return true;
+    }
+    return false;
+}
+
+bool equalsIgnoringCase(std::string_view text, std::string_view lowerWord) {
+    return text.size() == lowerWord.size() && containsIgnoringCase(text, lowerWord);
+}
+
 // Calls `body` with the text of every link tag of the page, in order.
 template <typename Body>
 void forEachLinkTag(std::string_view html, Body body) {
@@ -99,6 +118,30 @@ void appendDecodedReference(std::string& out, std::string_view reference) {
     }
 }
 
+std::optional<boost::urls::url> parseBase(std::string_view base) {
+    auto url = detail::parseAddress(base);
+    if (!url || !url->has_scheme()) return std::nullopt;
+    return url;
+}
+
+std::optional<std::string> resolveAgainst(std::string_view href, const boost::urls::url& base) {
+    // Pages often wrap addresses in blanks and line breaks, which the URL standard
+    // drops at the ends and, for tabs and line breaks, everywhere.
+    while (!href.empty() && isASCIIWhitespace(href.front())) href.remove_prefix(1);
+    while (!href.empty() && isASCIIWhitespace(href.back())) href.remove_suffix(1);
+    std::string cleaned;
+    cleaned.reserve(href.size());
+    for (const char c : href) {
+        if (c != '\t' && c != '\n' && c != '\r') cleaned += c;
+    }
+    if (text::lowercased(cleaned.substr(0, 5)) == "data:") return std::nullopt;
+    const auto reference = detail::parseAddress(cleaned);
+    if (!reference) return std::nullopt;
+    boost::urls::url absolute;
+    if (!boost::urls::resolve(base, *reference, absolute)) return std::nullopt;
+    return std::string(absolute.buffer());
+}
+
 }  // namespace
 
 std::optional<std::string> attribute(std::string_view name, std::string_view tag) {
@@ -116,23 +159,9 @@ std::optional<std::string> attribute(std::string_view name, std::string_view tag
 }
 
 std::optional<std::string> resolve(std::string_view href, std::string_view base) {
-    // Pages often wrap addresses in blanks and line breaks, which the URL standard
-    // drops at the ends and, for tabs and line breaks, everywhere.
-    while (!href.empty() && isASCIIWhitespace(href.front())) href.remove_prefix(1);
-    while (!href.empty() && isASCIIWhitespace(href.back())) href.remove_suffix(1);
-    std::string cleaned;
-    cleaned.reserve(href.size());
-    for (const char c : href) {
-        if (c != '\t' && c != '\n' && c != '\r') cleaned += c;
-    }
-    if (text::lowercased(cleaned.substr(0, 5)) == "data:") return std::nullopt;
-    const auto baseURL = detail::parseAddress(base);
-    if (!baseURL || !baseURL->has_scheme()) return std::nullopt;
-    const auto reference = detail::parseAddress(cleaned);
-    if (!reference) return std::nullopt;
-    boost::urls::url absolute;
-    if (!boost::urls::resolve(*baseURL, *reference, absolute)) return std::nullopt;
-    return std::string(absolute.buffer());
+    const auto baseURL = parseBase(base);
+    if (!baseURL) return std::nullopt;
+    return resolveAgainst(href, *baseURL);
 }
 
 std::optional<std::int64_t> iconSize(std::string_view sizes) {
@@ -176,7 +205,7 @@ std::optional<std::string> manifestHref(std::string_view html) {
     std::optional<std::string> href;
     forEachLinkTag(html, [&](std::string_view tag) {
         const auto rel = attribute("rel", tag);
-        if (!rel || text::lowercased(*rel) != "manifest") return true;
+        if (!rel || !equalsIgnoringCase(*rel, "manifest")) return true;
         href = attribute("href", tag);
         return false;
     });
@@ -185,18 +214,28 @@ std::optional<std::string> manifestHref(std::string_view html) {
 
 std::vector<IconCandidate> iconCandidates(std::string_view html, std::string_view baseURL) {
     std::vector<IconCandidate> candidates;
+    const auto base = parseBase(baseURL);
+    if (!base) return candidates;
+    // The manifest link is found in the same pass, as `manifestHref` would find it.
+    std::optional<std::string> manifest;
+    bool seenManifest = false;
     forEachLinkTag(html, [&](std::string_view tag) {
         const auto rel = attribute("rel", tag);
-        if (!rel || !contains(text::lowercased(*rel), "icon")) return true;
+        if (rel && !seenManifest && equalsIgnoringCase(*rel, "manifest")) {
+            seenManifest = true;
+            manifest = attribute("href", tag);
+            return true;
+        }
+        if (!rel || !containsIgnoringCase(*rel, "icon")) return true;
         const auto href = attribute("href", tag);
-        const auto url = href ? resolve(*href, baseURL) : std::nullopt;
+        const auto url = href ? resolveAgainst(*href, *base) : std::nullopt;
         if (!url) return true;
         const auto sizes = attribute("sizes", tag);
         candidates.push_back({*url, sizes ? iconSize(*sizes) : std::nullopt, *rel});
         return true;
     });
-    if (const auto href = manifestHref(html)) {
-        if (auto url = resolve(*href, baseURL)) candidates.push_back({*url, std::nullopt, "manifest"});
+    if (manifest) {
+        if (auto url = resolveAgainst(*manifest, *base)) candidates.push_back({*url, std::nullopt, "manifest"});
     }
     return candidates;
 }
@@ -204,9 +243,10 @@ std::vector<IconCandidate> iconCandidates(std::string_view html, std::string_vie
 std::vector<IconCandidate> manifestIconCandidates(std::string_view bytes,
                                                   std::string_view manifestURL) {
     std::vector<IconCandidate> candidates;
+    const auto base = parseBase(manifestURL);
     boost::system::error_code error;
     const boost::json::value manifest = boost::json::parse(bytes, error);
-    if (error || !manifest.is_object()) return candidates;
+    if (!base || error || !manifest.is_object()) return candidates;
     const auto* icons = manifest.as_object().if_contains("icons");
     if (!icons || !icons->is_array()) return candidates;
     for (const boost::json::value& icon : icons->as_array()) {
@@ -215,7 +255,7 @@ std::vector<IconCandidate> manifestIconCandidates(std::string_view bytes,
         if (!src || !src->is_string()) continue;
         const std::string_view source(src->as_string());
         if (text::startsWith(source, "data:")) continue;
-        auto url = resolve(source, manifestURL);
+        auto url = resolveAgainst(source, *base);
         if (!url) continue;
         const auto* sizes = icon.as_object().if_contains("sizes");
         std::optional<std::int64_t> size;
