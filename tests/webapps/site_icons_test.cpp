@@ -49,6 +49,7 @@ TEST(site_icons, resolves_hrefs_against_the_page_and_refuses_inline_images) {
         {"//cdn.example.net/i.png", "https://example.com/", "https://cdn.example.net/i.png"},
         {"my icon é.png", "https://example.com/", "https://example.com/my%20icon%20%C3%A9.png"},
         {"DATA:image/png,xx", "https://example.com/", std::nullopt},
+        {"x.png", "data:text/html,page", std::nullopt},
         {"/x.png", "not a base", std::nullopt},
         {"http://[::1", "https://example.com/", std::nullopt},
     };

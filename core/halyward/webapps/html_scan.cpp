@@ -3,7 +3,6 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
-#include <cstdlib>
 #include <memory>
 
 namespace halyward::detail {
@@ -13,7 +12,7 @@ Regex::Regex(std::string_view pattern) {
     PCRE2_SIZE errorOffset = 0;
     code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(), 0, &error,
                           &errorOffset, nullptr);
-    if (!code_) std::abort();
+    if (!code_) return;  // find() then matches nothing
     // Without JIT (an unsupported CPU, a hardened kernel) the interpreter gives the same
     // answers, only more slowly.
     pcre2_jit_compile(code_, PCRE2_JIT_COMPLETE);
@@ -28,7 +27,7 @@ std::string_view Regex::Match::group(std::string_view subject, int index) const 
 }
 
 std::optional<Regex::Match> Regex::find(std::string_view subject, std::size_t offset) const {
-    if (offset > subject.size()) return std::nullopt;
+    if (!code_ || offset > subject.size()) return std::nullopt;
     // Every pattern here has at most three groups, so one block of match data per thread
     // serves them all and a page of many tags costs no allocation per match.
     thread_local const std::unique_ptr<pcre2_match_data, decltype(&pcre2_match_data_free)> data(

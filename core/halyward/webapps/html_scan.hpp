@@ -13,8 +13,8 @@ namespace halyward::detail {
 /// A compiled pattern (JIT-compiled where the platform allows). Not copyable.
 class Regex {
 public:
-    /// Compiles `pattern` in byte mode (pages may hold any bytes); aborts on a pattern
-    /// that does not compile, since every pattern is a constant of this program.
+    /// Compiles `pattern` in byte mode (pages may hold any bytes). A pattern that does not
+    /// compile (an attribute name too long for the compiled-pattern limit) matches nothing.
     explicit Regex(std::string_view pattern);
     ~Regex();
     Regex(const Regex&) = delete;

@@ -139,6 +139,8 @@ std::optional<std::string> resolveAgainst(std::string_view href, const boost::ur
     if (!reference) return std::nullopt;
     boost::urls::url absolute;
     if (!boost::urls::resolve(base, *reference, absolute)) return std::nullopt;
+    // A relative href on a data: page would still make an inline image.
+    if (text::lowercased(absolute.scheme()) == "data") return std::nullopt;
     return std::string(absolute.buffer());
 }
 
