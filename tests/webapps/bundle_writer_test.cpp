@@ -178,7 +178,11 @@ TEST_F(WriterTest, failures_leave_nothing_half_written) {
     EXPECT_EQ(failure([&] { WebBundleWriter::install(mail, host, Bytes{}, home); }), "usage: The app's icon is empty (0 bytes).");
     EXPECT_EQ(failure([&] { WebBundleWriter::install(mail, host, std::nullopt, home, Bytes{'G', 'I', 'F'}); }),
               "usage: The app's icon needs to be a PNG image.");
+    WebAppBundlePlan moved = mail;
+    moved.bundlePath = apps / ".." / "Elsewhere.app";
+    EXPECT_EQ(failure([&] { WebBundleWriter::install(moved, host, std::nullopt, home); }).rfind("usage: ", 0), 0u);
     EXPECT_TRUE(listing(apps).empty());
+    EXPECT_FALSE(installDesktopEntry("", mail.bundlePath)) << "no home, no entry";
 
     // Permission bits do not stop root, so as root the apps folder sits in sysfs, where
     // nobody may create folders.

@@ -159,6 +159,12 @@ void install(const WebAppBundlePlan& plan, const fs::path& hostBinary,
              const std::optional<std::vector<std::uint8_t>>& icon, std::string_view home,
              const std::optional<std::vector<std::uint8_t>>& pngIcon) {
     validatedAppName(plan.name);
+    // The plan's fields are public; make sure an edited path still names one bundle folder
+    // inside the apps folder before anything is written.
+    if (plan.bundlePath.filename() != plan.name + ".app") {
+        throw HalywardError::usage("“" + plan.bundlePath.string() + "” is not a bundle path for the app “" +
+                                   plan.name + "”.");
+    }
     checkIcons(icon, pngIcon);
     const fs::path target = plan.bundlePath;
     createFolders(target.parent_path());

@@ -136,6 +136,8 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText) {
 }
 
 bool installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
+    // Without a real home folder the entry would land in "/.local"; better none at all.
+    if (!fs::path(std::string(home)).is_absolute()) return false;
     const auto info = readBundleInfo(bundlePath);
     if (!info) return false;
     const auto identifier = info->string("CFBundleIdentifier");
@@ -162,6 +164,7 @@ bool installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
 }
 
 int removeDesktopEntries(std::string_view home, const fs::path& bundlePath) {
+    if (!fs::path(std::string(home)).is_absolute()) return 0;
     const fs::path folder = desktopEntryFolder(home);
     std::error_code error;
     fs::directory_iterator entries(folder, error);

@@ -52,7 +52,8 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText);
 /// from its Info.plist, its icon Contents/Resources/AppIcon.png when present), then runs
 /// update-desktop-database on the folder when that tool is installed. An existing file
 /// of the same name that this program did not write (no X-Halyward-Bundle) is left
-/// alone. Answers whether the entry was written; throws nothing.
+/// alone, and nothing is written when `home` is not an absolute path. Answers whether the
+/// entry was written; throws nothing.
 bool installDesktopEntry(std::string_view home, const std::filesystem::path& bundlePath);
 
 /// Removes every entry in the applications folder whose X-Halyward-Bundle is
