@@ -4,7 +4,7 @@ CMAKE ?= cmake
 CTEST ?= ctest
 FUZZ_SECONDS ?= 20
 
-.PHONY: all deps build test asan fuzz bench demo clean
+.PHONY: all deps build test asan fuzz bench demo tidy format clean
 
 all: build
 
@@ -35,6 +35,14 @@ bench: deps
 
 demo: build
 	scripts/demo build/dev
+
+# Not part of `make test`: clang-tidy takes minutes over the whole tree.
+tidy: build
+	run-clang-tidy -p build/dev -quiet -extra-arg=-Wno-unknown-warning-option \
+		"$(CURDIR)/(core|cli)/.*\.cpp$$"
+
+format:
+	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i
 
 clean:
 	rm -rf build

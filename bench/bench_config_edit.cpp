@@ -58,7 +58,8 @@ BENCHMARK(upsertExistingAppAndRender)->Unit(benchmark::kMillisecond);
 // again outside the timing so that every round starts from the same file.
 void upsertNewAppAndRender(benchmark::State& state) {
     ConfigFile file(largeText());
-    const WebAppRecord record{"bench-new", {"https://new.example", "New", "app.halyward.web.bench-new"}};
+    const WebAppRecord record{"bench-new",
+                              {"https://new.example", "New", "app.halyward.web.bench-new"}};
     for (auto _ : state) {
         file.upsertApp(record);
         std::string text = file.text();

@@ -6,6 +6,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 
@@ -36,8 +37,38 @@ void BM_control_ping_round_trip(benchmark::State& state) {
     }
     std::filesystem::remove_all(folder);
 }
-BENCHMARK(BM_control_ping_round_trip)->Unit(benchmark::kMicrosecond)->Repetitions(5)
+BENCHMARK(BM_control_ping_round_trip)
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)
     ->ReportAggregatesOnly(true);
+
+// A 4 MiB answer (more than any socket buffer holds), as a long `config show` would give:
+// the server writes it in pieces as the client reads.
+void BM_control_large_answer(benchmark::State& state) {
+    char pattern[] = "/tmp/hwbench-XXXXXX";
+    const std::string folder = ::mkdtemp(pattern);
+    const std::string path = folder + "/halyward.sock";
+    const std::string text(4 << 20, 'm');
+    {
+        ControlServer server(path, [&](const std::vector<std::string>&) {
+            return CommandOutput{ExitCode::ok, text, nullptr};
+        });
+        server.start();
+        const std::vector<std::string> arguments{"config", "show"};
+        for (auto _ : state) {
+            CommandOutput output = ControlClient::send(path, arguments, 60);
+            if (output.message.size() != text.size()) {
+                state.SkipWithError("the answer arrived incomplete");
+                break;
+            }
+            benchmark::DoNotOptimize(output);
+        }
+        state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
+                                static_cast<std::int64_t>(text.size()));
+    }
+    std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_control_large_answer)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -3,9 +3,9 @@
 // and exits with its status. It links no GUI library and reads nothing before the
 // arguments are parsed, so that `halyward version` starts as fast as a bare program.
 
-#include "halyward/cli/command_parser.hpp"
-#include "halyward/cli/command_router.hpp"
-#include "halyward/cli/targets.hpp"
+#include "halyward/commands/command_parser.hpp"
+#include "halyward/commands/command_router.hpp"
+#include "halyward/commands/targets.hpp"
 #include "halyward/control/control_client.hpp"
 #include "halyward/system/paths.hpp"
 #include "halyward/text/text.hpp"
@@ -49,7 +49,8 @@ bool askOnTerminal(std::string_view question) {
     char* line = nullptr;
     std::size_t capacity = 0;
     const ssize_t length = ::getline(&line, &capacity, stdin);
-    const std::string answer = length > 0 ? std::string(line, static_cast<std::size_t>(length)) : "";
+    const std::string answer =
+        length > 0 ? std::string(line, static_cast<std::size_t>(length)) : "";
     std::free(line);
     const std::string word = text::lowercased(text::trim(answer));
     return word == "y" || word == "yes";
@@ -85,8 +86,8 @@ int main(int argc, char** argv) {
     };
 #else
     context.findApplication = [home](std::string_view name) {
-        return findDesktopApplication(
-            name, desktopDataFolders(home, environment("XDG_DATA_HOME"), environment("XDG_DATA_DIRS")));
+        return findDesktopApplication(name, desktopDataFolders(home, environment("XDG_DATA_HOME"),
+                                                               environment("XDG_DATA_DIRS")));
     };
 #endif
     const CommandRouter router(std::move(context));

@@ -79,7 +79,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RPCResponse response("fuzz", -1, std::string(text), std::string(text));
     line = RPCCodec::encodeLine(response);
     requireOneLine(line);
-    if (!tryDecode<RPCResponse>(std::string_view(reinterpret_cast<const char*>(line.data()), line.size()))) {
+    if (!tryDecode<RPCResponse>(
+            std::string_view(reinterpret_cast<const char*>(line.data()), line.size()))) {
         __builtin_trap();
     }
     return 0;

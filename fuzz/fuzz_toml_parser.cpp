@@ -28,7 +28,8 @@ TOMLValue asWritten(const TOMLValue& value) {
         }
         case TOMLValue::Kind::table: {
             TOMLTable entries;
-            for (const auto& [key, entry] : *value.tableValue()) entries.emplace_back(key, asWritten(entry));
+            for (const auto& [key, entry] : *value.tableValue())
+                entries.emplace_back(key, asWritten(entry));
             return TOMLValue::table(std::move(entries));
         }
         default: return value;

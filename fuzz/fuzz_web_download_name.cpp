@@ -21,10 +21,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::filesystem::path folder = "/downloads";
     const unsigned taken = size > 0 ? data[0] % 8 : 0;
     unsigned asked = 0;
-    const auto path = downloadDestination(folder, input, [&](const std::filesystem::path& candidate) {
-        if (candidate.parent_path() != folder) abort();
-        return asked++ < taken;
-    });
+    const auto path =
+        downloadDestination(folder, input, [&](const std::filesystem::path& candidate) {
+            if (candidate.parent_path() != folder) abort();
+            return asked++ < taken;
+        });
     if (path.parent_path() != folder) abort();
     if (taken == 0 && path.filename() != safe) abort();
     return 0;

@@ -11,11 +11,13 @@ using namespace halyward;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const std::size_t cut = input.find('\0');
-    const std::string_view app = cut == std::string_view::npos ? std::string_view() : input.substr(0, cut);
+    const std::string_view app =
+        cut == std::string_view::npos ? std::string_view() : input.substr(0, cut);
     const std::string_view target = cut == std::string_view::npos ? input : input.substr(cut + 1);
     const unsigned flags = size > 0 ? data[0] : 0;
     const bool mainFrame = flags & 1;
-    const LinkActivation activation = (flags & 2) ? LinkActivation::userLink : LinkActivation::scriptOrRedirect;
+    const LinkActivation activation =
+        (flags & 2) ? LinkActivation::userLink : LinkActivation::scriptOrRedirect;
 
     // Only new-window requests may ever produce a pop-up.
     const LinkDecision inWindow = decideLink(app, target, false, mainFrame, activation);
@@ -27,7 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (isOffSite(app, target) != isOffSite(target, app)) abort();
 
     // The app's address takes no part in a deferred pop-up's fate.
-    if (decidePopupNavigation(app, target) != decidePopupNavigation("https://example.com", target)) abort();
+    if (decidePopupNavigation(app, target) != decidePopupNavigation("https://example.com", target))
+        abort();
 
     (void)isAuthNavigation(target);
     bool asked = false;

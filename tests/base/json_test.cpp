@@ -1,8 +1,8 @@
-#include "halyward/base/command_output.hpp"
 #include "halyward/base/json.hpp"
+#include "halyward/base/command_output.hpp"
 
-#include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
+#include <boost/json/parse.hpp>
 
 #include <cmath>
 #include <limits>
@@ -11,7 +11,10 @@
 using namespace halyward;
 
 TEST(json_writer, writes_compact_sorted_deterministic_text) {
-    struct Case { JSONValue value; std::string text; };
+    struct Case {
+        JSONValue value;
+        std::string text;
+    };
     const Case cases[] = {
         {JSONValue(), "null"},
         {JSONValue(true), "true"},
@@ -32,7 +35,8 @@ TEST(json_writer, writes_compact_sorted_deterministic_text) {
 }
 
 TEST(json_writer, quote_escapes_only_what_json_requires) {
-    EXPECT_EQ(quoteJSON("\t\n\x01\xC3\xA9/\x7F\"\\\r"), "\"\\t\\n\\u0001\xC3\xA9/\x7F\\\"\\\\\\r\"");
+    EXPECT_EQ(quoteJSON("\t\n\x01\xC3\xA9/\x7F\"\\\r"),
+              "\"\\t\\n\\u0001\xC3\xA9/\x7F\\\"\\\\\\r\"");
     EXPECT_EQ(quoteJSON(std::string("a\0b", 3)), "\"a\\u0000b\"");
     EXPECT_EQ(quoteJSON("\xFF"), "\"\xEF\xBF\xBD\"");
 }
@@ -52,7 +56,8 @@ TEST(json_value, accessors_fit_only_their_case) {
 TEST(command_output, renders_message_or_the_four_member_object) {
     CommandOutput ok{0, "Done \"now\"", JSONValue()};
     EXPECT_EQ(ok.rendered(false), "Done \"now\"");
-    EXPECT_EQ(ok.rendered(true), R"({"exitCode":0,"message":"Done \"now\"","ok":true,"result":null})");
+    EXPECT_EQ(ok.rendered(true),
+              R"({"exitCode":0,"message":"Done \"now\"","ok":true,"result":null})");
     CommandOutput failure = CommandOutput::fromError(HalywardError::notFound("No app “x”."));
     EXPECT_FALSE(failure.ok());
     EXPECT_EQ(failure.rendered(true),
@@ -63,8 +68,20 @@ TEST(command_output, renders_message_or_the_four_member_object) {
 namespace {
 
 std::string randomString(std::mt19937& rng) {
-    static const std::string pieces[] = {"\"", "\\", "/", "\n", "\r", "\t", "\b", "\f", "a", " ",
-                                         "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\x7F",
+    static const std::string pieces[] = {"\"",
+                                         "\\",
+                                         "/",
+                                         "\n",
+                                         "\r",
+                                         "\t",
+                                         "\b",
+                                         "\f",
+                                         "a",
+                                         " ",
+                                         "\xC3\xA9",
+                                         "\xE2\x82\xAC",
+                                         "\xF0\x9F\x98\x80",
+                                         "\x7F",
                                          "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB"};
     std::string out;
     int n = std::uniform_int_distribution<int>(0, 12)(rng);
@@ -85,7 +102,8 @@ JSONValue randomValue(std::mt19937& rng, int depth) {
         case 2: {
             std::uniform_real_distribution<double> d(-1e6, 1e6);
             double v = d(rng);
-            return JSONValue(rng() % 3 == 0 ? std::ldexp(v, static_cast<int>(rng() % 600) - 300) : v);
+            return JSONValue(rng() % 3 == 0 ? std::ldexp(v, static_cast<int>(rng() % 600) - 300)
+                                            : v);
         }
         case 3: return JSONValue(randomString(rng));
         case 4: return JSONValue();
@@ -96,7 +114,8 @@ JSONValue randomValue(std::mt19937& rng, int depth) {
         }
         default: {
             JSONObject o;
-            for (unsigned i = rng() % 4; i > 0; --i) o[randomString(rng)] = randomValue(rng, depth + 1);
+            for (unsigned i = rng() % 4; i > 0; --i)
+                o[randomString(rng)] = randomValue(rng, depth + 1);
             return JSONValue(std::move(o));
         }
     }
@@ -105,7 +124,8 @@ JSONValue randomValue(std::mt19937& rng, int depth) {
 // Numbers compare by value: the writer prints whole doubles as integers.
 bool sameValue(const JSONValue& written, const JSONValue& read) {
     if (auto d = written.doubleValue()) {
-        if (auto i = read.intValue(); i && read.kind() == JSONValue::Kind::integer) return *d == static_cast<double>(*i);
+        if (auto i = read.intValue(); i && read.kind() == JSONValue::Kind::integer)
+            return *d == static_cast<double>(*i);
         if (auto r = read.doubleValue()) return *d == *r;
         return false;
     }

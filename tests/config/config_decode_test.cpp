@@ -37,17 +37,26 @@ TEST(config_decode, wrong_kinds_and_missing_keys_take_defaults) {
         {"[general]\ntile_gap = 8", [](auto& c) { return c.general.tileGap == 8.0; }},
         {"[general]\ntile_gap = 8.5", [](auto& c) { return c.general.tileGap == 8.5; }},
         {"[general]\ntile_gap = \"8\"", [](auto& c) { return c.general.tileGap == 0.0; }},
-        {"[general]\nwindow_style = 1", [](auto& c) { return c.general.windowChrome == WindowChrome::slim; }},
+        {"[general]\nwindow_style = 1",
+         [](auto& c) { return c.general.windowChrome == WindowChrome::slim; }},
         {"[general]\nlaunch_at_login = \"yes\"\ncheck_for_updates = 0",
          [](auto& c) { return !c.general.launchAtLogin && c.general.checkForUpdates; }},
         // The later value wins even when it is of the wrong kind, which means the default.
-        {"[general]\nleader_key = \"a\"\nleader_key = 1", [](auto& c) { return c.general.leaderKey.empty(); }},
+        {"[general]\nleader_key = \"a\"\nleader_key = 1",
+         [](auto& c) { return c.general.leaderKey.empty(); }},
         {"[general]\nagent_command = [\"agent\", 1, \"--x\"]",
-         [](auto& c) { return c.general.agentCommand == std::vector<std::string>{"agent", "--x"}; }},
+         [](auto& c) {
+             return c.general.agentCommand == std::vector<std::string>{"agent", "--x"};
+         }},
         {"[tile_hotkeys]\nfill = \"ctrl+f\"\nfocus_up = true",
-         [](auto& c) { return c.general.tileHotkeys == std::map<std::string, std::string>{{"fill", "ctrl+f"}}; }},
+         [](auto& c) {
+             return c.general.tileHotkeys == std::map<std::string, std::string>{{"fill", "ctrl+f"}};
+         }},
         {"version = 2.0\n[agents]\ninstalled = \"x\"\ncustom_folders = [\"/a\", []]",
-         [](auto& c) { return c.version == 2 && c.agents.installed.empty() && c.agents.customFolders.size() == 1; }},
+         [](auto& c) {
+             return c.version == 2 && c.agents.installed.empty() &&
+                    c.agents.customFolders.size() == 1;
+         }},
         {"version = \"1\"", [](auto& c) { return c.version == 1; }},
         // Keys of a nested table are not keys of its parent.
         {"[general]\nx.leader_key = \"caps\"", [](auto& c) { return c.general.leaderKey.empty(); }},
@@ -85,8 +94,9 @@ mail = "fill"
 [apps.notes]
 )");
     ASSERT_EQ(config.apps.size(), 3u);  // a repeated header repeats its record
-    EXPECT_EQ(config.apps[0], (WebAppRecord{"notes", {"https://notes.example", "Notes",
-                                                      "app.halyward.web.notes"}}));
+    EXPECT_EQ(
+        config.apps[0],
+        (WebAppRecord{"notes", {"https://notes.example", "Notes", "app.halyward.web.notes"}}));
     EXPECT_EQ(config.apps[1].slug, "mail");
     EXPECT_TRUE(config.apps[1].spec.standardUserAgent);
     EXPECT_EQ(config.apps[2], config.apps[0]);
@@ -99,10 +109,13 @@ mail = "fill"
               (std::vector<LayoutAssignment>{{"mail", "fill"}, {"notes", "right-half"}}));
 
     const std::string json = configJSON(config).canonicalString();
-    EXPECT_EQ(json.find(R"({"apps":[{"bundleIdentifier":"app.halyward.web.notes","hotkey":null,"name":"Notes",)"
-                        R"("slug":"notes","tile":null,"url":"https://notes.example"},)"),
-              0u);
-    EXPECT_NE(json.find(R"("layouts":[{"assignments":[{"target":"mail","tile":"fill"},{"target":"notes",)"
-                        R"("tile":"right-half"}],"name":"work"}],"version":1})"),
-              std::string::npos);
+    EXPECT_EQ(
+        json.find(
+            R"({"apps":[{"bundleIdentifier":"app.halyward.web.notes","hotkey":null,"name":"Notes",)"
+            R"("slug":"notes","tile":null,"url":"https://notes.example"},)"),
+        0u);
+    EXPECT_NE(
+        json.find(R"("layouts":[{"assignments":[{"target":"mail","tile":"fill"},{"target":"notes",)"
+                  R"("tile":"right-half"}],"name":"work"}],"version":1})"),
+        std::string::npos);
 }

@@ -11,9 +11,9 @@
 #include <set>
 #include <thread>
 
-#include <csignal>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <csignal>
 
 using namespace halyward;
 namespace fs = std::filesystem;
@@ -65,11 +65,13 @@ TEST_F(config_disk, failures_leave_the_bytes_as_they_were) {
     EXPECT_EQ(readFile(path), broken);
 
     writeFile(path, "a = 1\n");
-    EXPECT_THROW(ConfigFile::update(path, [](ConfigFile& file) {
-                     addApp(file, "x");
-                     throw HalywardError::conflict("An app named “x” already exists.");
-                 }),
-                 HalywardError);
+    EXPECT_THROW(
+        ConfigFile::update(path,
+                           [](ConfigFile& file) {
+                               addApp(file, "x");
+                               throw HalywardError::conflict("An app named “x” already exists.");
+                           }),
+        HalywardError);
     EXPECT_EQ(readFile(path), "a = 1\n");
 }
 
@@ -78,7 +80,8 @@ TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
     std::vector<std::string> versions;
     ConfigFile file = ConfigFile::makeDefault();
     for (int i = 0; i < 6; ++i) {
-        for (int a = 0; a < i * 40; ++a) addApp(file, "v" + std::to_string(i) + "-" + std::to_string(a));
+        for (int a = 0; a < i * 40; ++a)
+            addApp(file, "v" + std::to_string(i) + "-" + std::to_string(a));
         versions.push_back(file.text());
         file = ConfigFile::makeDefault();
     }
@@ -92,7 +95,8 @@ TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
         ASSERT_GE(child, 0);
         if (child == 0) {
             for (std::size_t i = round;; ++i) {
-                AtomicFile::write(std::string_view(versions[i % versions.size()]), path.string(), 0644);
+                AtomicFile::write(std::string_view(versions[i % versions.size()]), path.string(),
+                                  0644);
             }
         }
         std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));

@@ -8,42 +8,50 @@ using namespace halyward;
 
 namespace {
 
-std::string defaultWith(std::string_view tail) { return std::string(ConfigFile::defaultText()) + std::string(tail); }
+std::string defaultWith(std::string_view tail) {
+    return std::string(ConfigFile::defaultText()) + std::string(tail);
+}
 
 }  // namespace
 
 TEST(config_edit, app_hotkey_is_appended_once_and_rewritten_in_place) {
     ConfigFile file = ConfigFile::makeDefault();
     file.setNativeHotkey("ctrl+opt+m", "com.apple.Mail");
-    EXPECT_EQ(file.text(), defaultWith("\n[hotkeys]\n\"ctrl+opt+m\" = { bundle = \"com.apple.Mail\" }\n"));
+    EXPECT_EQ(file.text(),
+              defaultWith("\n[hotkeys]\n\"ctrl+opt+m\" = { bundle = \"com.apple.Mail\" }\n"));
     file.setNativeHotkey("ctrl+opt+m", "com.apple.Notes");
     file.setNativeHotkey("ctrl+opt+n", "com.apple.Mail");
     file.removeNativeHotkey("ctrl+opt+n");
     file.removeApp("missing");
     file.removeRule("missing");
-    EXPECT_EQ(file.text(), defaultWith("\n[hotkeys]\n\"ctrl+opt+m\" = { bundle = \"com.apple.Notes\" }\n"));
+    EXPECT_EQ(file.text(),
+              defaultWith("\n[hotkeys]\n\"ctrl+opt+m\" = { bundle = \"com.apple.Notes\" }\n"));
     EXPECT_EQ(ConfigFile("a = 1\r\n[b]\rc = 2\r\n"), ConfigFile("a = 1\n[b]\nc = 2\n"));
 }
 
 TEST(config_edit, new_app_gets_a_compact_table_and_an_existing_one_keeps_its_comments) {
-    ConfigFile file("# my apps\n[apps.notes] # pinned\nurl = \"https://old\"   #  keep me  \n"
-                    "user_css = \"body{}\"\nstandard_user_agent = true\n\n# next\n[apps.mail]\n");
+    ConfigFile file(
+        "# my apps\n[apps.notes] # pinned\nurl = \"https://old\"   #  keep me  \n"
+        "user_css = \"body{}\"\nstandard_user_agent = true\n\n# next\n[apps.mail]\n");
     WebAppRecord notes{"notes", {"https://new", "Notes", "app.halyward.web.notes"}};
     notes.spec.tile = "left-half";
     file.upsertApp(notes);
     file.upsertApp(notes);
     // New keys go below the comment that introduces the next table: it belongs to this one.
-    EXPECT_EQ(file.text(), "# my apps\n[apps.notes] # pinned\nurl = \"https://new\" #  keep me\n"
-                           "user_css = \"\"\nstandard_user_agent = false\n\n# next\nname = \"Notes\"\n"
-                           "bundle_id = \"app.halyward.web.notes\"\ntile = \"left-half\"\n[apps.mail]\n");
+    EXPECT_EQ(file.text(),
+              "# my apps\n[apps.notes] # pinned\nurl = \"https://new\" #  keep me\n"
+              "user_css = \"\"\nstandard_user_agent = false\n\n# next\nname = \"Notes\"\n"
+              "bundle_id = \"app.halyward.web.notes\"\ntile = \"left-half\"\n[apps.mail]\n");
     EXPECT_EQ(file.decode().apps[0], notes);
 
     ConfigFile fresh;
-    WebAppRecord site{"site", {"https://x", "X", "id.x", "ctrl+opt+x", std::nullopt, "", "a()", "/i.png", true}};
+    WebAppRecord site{
+        "site", {"https://x", "X", "id.x", "ctrl+opt+x", std::nullopt, "", "a()", "/i.png", true}};
     fresh.upsertApp(site);
-    EXPECT_EQ(fresh.text(), "[apps.site]\nurl = \"https://x\"\nname = \"X\"\nbundle_id = \"id.x\"\n"
-                            "hotkey = \"ctrl+opt+x\"\nuser_js = \"a()\"\nicon = \"/i.png\"\n"
-                            "standard_user_agent = true\n");
+    EXPECT_EQ(fresh.text(),
+              "[apps.site]\nurl = \"https://x\"\nname = \"X\"\nbundle_id = \"id.x\"\n"
+              "hotkey = \"ctrl+opt+x\"\nuser_js = \"a()\"\nicon = \"/i.png\"\n"
+              "standard_user_agent = true\n");
     EXPECT_EQ(fresh.decode().apps, std::vector<WebAppRecord>{site});
     site.spec.hotkey = "";
     site.spec.iconPath.reset();
@@ -53,12 +61,17 @@ TEST(config_edit, new_app_gets_a_compact_table_and_an_existing_one_keeps_its_com
 }
 
 TEST(config_edit, layout_holds_exactly_its_assignments) {
-    ConfigFile file("[layouts.work]\nmail = \"left-half\" # inbox\nchat = \"top-right\"\n"
-                    "notes = \"fill\"\n[layouts.work.old]\nx = \"y\"\n[layouts.home]\nweb = \"fill\"\n");
-    file.upsertLayout({"work", {{"notes", "right-half"}, {"mail", "left-half"}, {"code", "fill"},
-                                {"code", "bottom-right"}}});
-    EXPECT_EQ(file.text(), "[layouts.work]\nmail = \"left-half\" # inbox\nnotes = \"right-half\"\n"
-                           "code = \"bottom-right\"\n[layouts.home]\nweb = \"fill\"\n");
+    ConfigFile file(
+        "[layouts.work]\nmail = \"left-half\" # inbox\nchat = \"top-right\"\n"
+        "notes = \"fill\"\n[layouts.work.old]\nx = \"y\"\n[layouts.home]\nweb = \"fill\"\n");
+    file.upsertLayout({"work",
+                       {{"notes", "right-half"},
+                        {"mail", "left-half"},
+                        {"code", "fill"},
+                        {"code", "bottom-right"}}});
+    EXPECT_EQ(file.text(),
+              "[layouts.work]\nmail = \"left-half\" # inbox\nnotes = \"right-half\"\n"
+              "code = \"bottom-right\"\n[layouts.home]\nweb = \"fill\"\n");
 }
 
 TEST(config_edit, rules_round_trip_and_keep_a_bundle_they_do_not_name) {
@@ -93,11 +106,13 @@ TEST(config_edit, general_settings_update_in_place_and_append_what_is_missing) {
     replace("tile_gap = 0\n", "tile_gap = 8.5\n");
     replace("agent_command = []", "agent_command = [\"agent\", \"--yes\"]");
     // The new general key lands after the comment block that introduces [tile_hotkeys].
-    replace("rightbracket.\n[tile_hotkeys]\n", "rightbracket.\nwindow_style = \"standard\"\n[tile_hotkeys]\n");
+    replace("rightbracket.\n[tile_hotkeys]\n",
+            "rightbracket.\nwindow_style = \"standard\"\n[tile_hotkeys]\n");
     replace("focus_h = \"ctrl+opt+h\"\n", "");
     replace("fill = \"ctrl+opt+f\"\n", "");
-    replace("exit_escape = \"ctrl+opt+escape\"\n",
-            "exit_escape = \"ctrl+opt+escape\"\naa_new = \"ctrl+opt+0\"\nzz_new = \"ctrl+opt+9\"\n");
+    replace(
+        "exit_escape = \"ctrl+opt+escape\"\n",
+        "exit_escape = \"ctrl+opt+escape\"\naa_new = \"ctrl+opt+0\"\nzz_new = \"ctrl+opt+9\"\n");
     EXPECT_EQ(file.text(), expected);
     EXPECT_EQ(file.decode().general, general);
 

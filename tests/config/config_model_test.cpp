@@ -10,7 +10,11 @@ using namespace halyward;
 
 TEST(config_model, setting_texts_are_trimmed_and_case_folded) {
     using Text = std::optional<std::string_view>;
-    struct Case { Text text; WindowChrome chrome; TitlebarDoubleClick action; };
+    struct Case {
+        Text text;
+        WindowChrome chrome;
+        TitlebarDoubleClick action;
+    };
     const Case cases[] = {
         {std::nullopt, WindowChrome::slim, TitlebarDoubleClick::zoom},
         {" MacOS \n", WindowChrome::standard, TitlebarDoubleClick::zoom},
@@ -27,11 +31,15 @@ TEST(config_model, setting_texts_are_trimmed_and_case_folded) {
 }
 
 TEST(config_model, nearest_gap_preset_breaks_ties_toward_the_smaller) {
-    struct Case { double gap; TileGapPreset preset; };
+    struct Case {
+        double gap;
+        TileGapPreset preset;
+    };
     const Case cases[] = {
-        {-5, TileGapPreset::none},   {4, TileGapPreset::none},       {4.01, TileGapPreset::small},
-        {12, TileGapPreset::small},  {12.01, TileGapPreset::medium}, {20, TileGapPreset::medium},
-        {100, TileGapPreset::large}, {std::nan(""), TileGapPreset::none},
+        {-5, TileGapPreset::none},      {4, TileGapPreset::none},
+        {4.01, TileGapPreset::small},   {12, TileGapPreset::small},
+        {12.01, TileGapPreset::medium}, {20, TileGapPreset::medium},
+        {100, TileGapPreset::large},    {std::nan(""), TileGapPreset::none},
     };
     for (const Case& c : cases) EXPECT_EQ(nearestTileGapPreset(c.gap), c.preset) << c.gap;
     for (TileGapPreset preset : allTileGapPresets) {

@@ -14,10 +14,14 @@ using namespace halyward;
 // reads to exactly the values of our document, awkward characters included.
 TEST(config_peer, every_edit_reads_back_through_tomllib) {
     const std::string awkward = "quote \" slash \\ tab \t caf\xC3\xA9 \xF0\x9F\x9A\x80 \"\"\" end";
-    struct Step { const char* name; std::function<void(ConfigFile&)> edit; };
+    struct Step {
+        const char* name;
+        std::function<void(ConfigFile&)> edit;
+    };
     const Step steps[] = {
         {"default", [](ConfigFile&) {}},
-        {"general", [&](ConfigFile& f) {
+        {"general",
+         [&](ConfigFile& f) {
              GeneralConfig general = f.decode().general;
              general.tileGap = 12.25;
              general.leaderKey = awkward;
@@ -26,31 +30,40 @@ TEST(config_peer, every_edit_reads_back_through_tomllib) {
              general.tileHotkeys["my action"] = "ctrl+opt+\\";
              f.setGeneral(general);
          }},
-        {"apps", [&](ConfigFile& f) {
-             f.upsertApp({"notes", {"https://notes.example/?q=\"x\"", awkward, "app.halyward.web.notes",
-                                    "ctrl+opt+n", "left-half", "body {\n  color: red;\n}\n\"\"\"\n",
-                                    "alert('\\n')\n\"", "/tmp/i.png", true}});
+        {"apps",
+         [&](ConfigFile& f) {
+             f.upsertApp({"notes",
+                          {"https://notes.example/?q=\"x\"", awkward, "app.halyward.web.notes",
+                           "ctrl+opt+n", "left-half", "body {\n  color: red;\n}\n\"\"\"\n",
+                           "alert('\\n')\n\"", "/tmp/i.png", true}});
              f.upsertApp({"my site.com", {"https://x", "X", "id.x"}});
              f.upsertApp({"gone", {"https://gone", "Gone", "id.gone"}});
              f.removeApp("gone");
          }},
-        {"hotkeys", [](ConfigFile& f) {
+        {"hotkeys",
+         [](ConfigFile& f) {
              f.setNativeHotkey("ctrl+opt+m", "com.apple.Mail");
              f.setNativeHotkey("ctrl+opt+s", "com.apple.Safari");
              f.setNativeHotkey("ctrl+opt+m", "com.apple.Notes");
              f.removeNativeHotkey("ctrl+opt+s");
          }},
-        {"rules", [](ConfigFile& f) {
-             f.upsertRule({"mail", "com.apple.Mail", "Mail", "^Inbox \\(\\d+\\)$", "left-half", -1});
+        {"rules",
+         [](ConfigFile& f) {
+             f.upsertRule(
+                 {"mail", "com.apple.Mail", "Mail", "^Inbox \\(\\d+\\)$", "left-half", -1});
              f.upsertRule({"old", "", std::nullopt, std::nullopt, "fill", std::nullopt});
              f.removeRule("old");
          }},
-        {"layouts", [](ConfigFile& f) {
+        {"layouts",
+         [](ConfigFile& f) {
              f.upsertLayout({"work", {{"com.apple.Mail", "left-half"}, {"notes", "right-half"}}});
              f.upsertLayout({"work", {{"notes", "fill"}}});
              f.upsertLayout({"empty", {}});
          }},
-        {"agents", [&](ConfigFile& f) { f.setAgents({{"halyward", awkward}, {"/Users/ann/skills"}}); }},
+        {"agents",
+         [&](ConfigFile& f) {
+             f.setAgents({{"halyward", awkward}, {"/Users/ann/skills"}});
+         }},
     };
 
     ConfigFile file = ConfigFile::makeDefault();

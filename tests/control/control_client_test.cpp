@@ -1,4 +1,5 @@
 #include "halyward/control/control_client.hpp"
+#include "halyward/control/internal/local_socket.hpp"
 #include "halyward/control/rpc_codec.hpp"
 #include "support/scratch_folder.hpp"
 
@@ -20,8 +21,8 @@ struct ClientTest : ::testing::Test {
     std::string folder = scratch.path.string();
 
     // A listening socket at `path` that is never accepted from.
-    detail::UniqueFd listenAt(const std::string& path) {
-        detail::UniqueFd socket = detail::makeLocalSocket();
+    UniqueFd listenAt(const std::string& path) {
+        UniqueFd socket = detail::makeLocalSocket();
         EXPECT_EQ(detail::bindLocalSocket(socket.get(), path), 0);
         EXPECT_EQ(::listen(socket.get(), 4), 0);
         return socket;
@@ -33,7 +34,7 @@ std::thread fakeServer(int listener, std::function<std::string(const RPCRequest&
     return std::thread([listener, reply] {
         pollfd ready{listener, POLLIN, 0};
         if (::poll(&ready, 1, 5000) != 1) return;
-        detail::UniqueFd connection(::accept(listener, nullptr, nullptr));
+        UniqueFd connection(::accept(listener, nullptr, nullptr));
         std::string line;
         char byte;
         while (::recv(connection.get(), &byte, 1, MSG_WAITALL) == 1 && byte != '\n') line += byte;
@@ -61,12 +62,12 @@ HalywardError thrownBy(const std::function<void()>& call) {
 TEST_F(ClientTest, reports_not_running_when_nothing_listens) {
     const std::string stale = folder + "/stale.sock", plain = folder + "/plain";
     {
-        detail::UniqueFd dead = detail::makeLocalSocket();
+        UniqueFd dead = detail::makeLocalSocket();
         ASSERT_EQ(detail::bindLocalSocket(dead.get(), stale), 0);
     }
     writeFile(plain, "x");
-    for (const std::string& path : {folder + "/none.sock", folder + "/missing/h.sock", stale,
-                                    plain, plain + "/h.sock"}) {
+    for (const std::string& path :
+         {folder + "/none.sock", folder + "/missing/h.sock", stale, plain, plain + "/h.sock"}) {
         EXPECT_EQ(thrownBy([&] { ControlClient::send(path, {"ping"}, 1); }),
                   HalywardError::unavailable("Halyward is not running."))
             << path;
@@ -77,7 +78,7 @@ TEST_F(ClientTest, reports_not_running_when_nothing_listens) {
 
 TEST_F(ClientTest, gives_up_after_the_timeout_and_says_how_long_it_waited) {
     const std::string path = folder + "/slow.sock";
-    detail::UniqueFd listener = listenAt(path);
+    UniqueFd listener = listenAt(path);
     const std::pair<double, std::string> cases[] = {
         {0.25, "Halyward did not answer within 0.25 seconds."},
         {1, "Halyward did not answer within 1 second."},
@@ -90,11 +91,10 @@ TEST_F(ClientTest, gives_up_after_the_timeout_and_says_how_long_it_waited) {
 
 TEST_F(ClientTest, rejects_answers_it_cannot_trust) {
     const std::string path = folder + "/odd.sock";
-    detail::UniqueFd listener = listenAt(path);
+    UniqueFd listener = listenAt(path);
     using Reply = std::function<std::string(const RPCRequest&)>;
     const std::pair<Reply, std::string> cases[] = {
-        {[](const RPCRequest&) { return line(RPCResponse("other", 0, "hi", "null")); },
-         "failed"},
+        {[](const RPCRequest&) { return line(RPCResponse("other", 0, "hi", "null")); }, "failed"},
         {[](const RPCRequest& r) { return line(RPCResponse(r.id, 0, "hi", "{nope")); }, "failed"},
         {[](const RPCRequest& r) { return line(RPCResponse(r.id, 1ll << 40, "hi", "null")); },
          "failed"},

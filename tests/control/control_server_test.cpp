@@ -1,12 +1,17 @@
-#include "halyward/control/control_client.hpp"
 #include "halyward/control/control_server.hpp"
+#include "halyward/control/control_client.hpp"
+#include "halyward/control/internal/local_socket.hpp"
 #include "halyward/control/rpc_codec.hpp"
 #include "support/scratch_folder.hpp"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
+#include <limits>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -48,13 +53,13 @@ struct EchoHandler {
 // Writes `bytes` on a fresh connection, optionally closes the writing side, and returns
 // everything the server sends until it closes.
 std::string rawExchange(const std::string& path, const std::string& bytes, bool halfClose) {
-    detail::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
     if (::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
         return "connect failed";
-    timeval limit{5, 0};
+    timeval limit{60, 0};  // only so that a broken server cannot hang the suite
     ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (halfClose) ::shutdown(socket.get(), SHUT_WR);
@@ -70,6 +75,10 @@ std::string refusal(const std::string& id, const std::string& message) {
     return {bytes.begin(), bytes.end()};
 }
 
+// No time limit: these exchanges check what arrives, not how fast; the speed of large
+// answers is measured in bench/bench_control_ping.cpp.
+constexpr double untimed = std::numeric_limits<double>::infinity();
+
 struct ServerTest : ::testing::Test {
     ScratchFolder folder;
     std::string path = folder / "run/halyward.sock";
@@ -82,10 +91,15 @@ TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
     ControlServer server(path, handler);
     server.start();
     const std::string ping = R"({"id":"7","arguments":["ping"]})";
-    const std::string pong = R"({"id":"7","exitCode":0,"message":"pong","payload":"{\"arguments\":[\"ping\"]}"})"
-                             "\n";
+    const std::string pong =
+        R"({"id":"7","exitCode":0,"message":"pong","payload":"{\"arguments\":[\"ping\"]}"})"
+        "\n";
     EXPECT_EQ(rawExchange(path, ping + "\n", false), pong);
-    EXPECT_EQ(rawExchange(path, R"({"arguments":["ping"],"id":"7"})" "\r\n", false), pong);
+    EXPECT_EQ(rawExchange(path,
+                          R"({"arguments":["ping"],"id":"7"})"
+                          "\r\n",
+                          false),
+              pong);
     EXPECT_EQ(rawExchange(path, ping, true), pong);  // no line feed, then end of stream
     EXPECT_EQ(rawExchange(path, ping + "\ntrailing bytes", false), pong);
     EXPECT_EQ(rawExchange(path, "", true), "");  // a probe that says nothing gets nothing
@@ -97,9 +111,15 @@ TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
     const Refused refused[] = {
         {"not json\n", ""},
         {"[1,2]\n", ""},
-        {R"({"id":"x9","arguments":"ping"})" "\n", "x9"},
-        {R"({"id":"x9","arguments":[1]})" "\n", "x9"},
-        {R"({"id":7,"arguments":[]})" "\n", ""},
+        {R"({"id":"x9","arguments":"ping"})"
+         "\n",
+         "x9"},
+        {R"({"id":"x9","arguments":[1]})"
+         "\n",
+         "x9"},
+        {R"({"id":7,"arguments":[]})"
+         "\n",
+         ""},
         {std::string("\0\xFF\xFE{", 4), ""},  // garbage, then the client hangs up
         {"{\"id\":\"\xC3\"}\n", ""},
     };
@@ -111,7 +131,7 @@ TEST_F(ServerTest, answers_each_line_and_refuses_malformed_ones) {
         EXPECT_EQ(response.payload, R"({"code":"failed"})") << c.sent;
     }
     EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");  // still serving
-    EXPECT_EQ(ControlClient::send(path, {"big"}, 5).message, std::string(4 << 20, 'm'));
+    EXPECT_EQ(ControlClient::send(path, {"big"}, untimed).message, std::string(4 << 20, 'm'));
 }
 
 TEST_F(ServerTest, caps_a_line_at_one_mebibyte) {
@@ -121,14 +141,16 @@ TEST_F(ServerTest, caps_a_line_at_one_mebibyte) {
     auto line = [&](std::size_t size) {
         return head + std::string(size - head.size() - tail.size(), 'a') + tail + "\n";
     };
-    auto fits = RPCCodec::decode<RPCResponse>(rawExchange(path, line(ControlServer::maxRequestBytes), false));
+    auto fits = RPCCodec::decode<RPCResponse>(
+        rawExchange(path, line(ControlServer::maxRequestBytes), false));
     EXPECT_EQ(fits.exitCode, 0);
     EXPECT_EQ(rawExchange(path, line(ControlServer::maxRequestBytes + 1), false),
               refusal("", "The request is longer than 1 MiB."));
 
     // The real client, still writing when the server refuses, reads the refusal.
-    auto output = ControlClient::send(path, {std::string(3 << 20, 'x')}, 5);
-    EXPECT_EQ(output, CommandOutput::fromError(HalywardError::failed("The request is longer than 1 MiB.")));
+    auto output = ControlClient::send(path, {std::string(3 << 20, 'x')}, untimed);
+    EXPECT_EQ(output,
+              CommandOutput::fromError(HalywardError::failed("The request is longer than 1 MiB.")));
 }
 
 TEST_F(ServerTest, turns_handler_failures_into_output) {
@@ -168,8 +190,7 @@ TEST_F(ServerTest, answers_two_hundred_concurrent_clients_one_handler_call_at_a_
                 auto output = ControlClient::send(path, {"echo", std::to_string(i)}, 30);
                 JSONArray expected{"echo", std::to_string(i)};
                 if (output.payload == JSONValue(JSONObject{{"arguments", expected}})) ++correct;
-            } catch (const std::exception&) {
-            }
+            } catch (const std::exception&) {}
         });
     }
     for (auto& client : clients) client.join();
@@ -199,7 +220,7 @@ TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
     fs::create_directories(folder / "run");
     {
         // A server that died without cleaning up leaves its socket file behind.
-        detail::UniqueFd dead = detail::makeLocalSocket();
+        UniqueFd dead = detail::makeLocalSocket();
         ASSERT_EQ(detail::bindLocalSocket(dead.get(), path), 0);
     }
     ControlServer server(path, handler);
@@ -212,7 +233,8 @@ TEST_F(ServerTest, replaces_a_stale_socket_but_not_a_live_one_or_other_files) {
         ADD_FAILURE() << "a second server took over a live socket";
     } catch (const HalywardError& error) {
         EXPECT_EQ(error.code, "unavailable");
-        EXPECT_EQ(error.message, "Another Halyward is already listening on \u201C" + path + "\u201D.");
+        EXPECT_EQ(error.message,
+                  "Another Halyward is already listening on \u201C" + path + "\u201D.");
     }
     EXPECT_EQ(ControlClient::send(path, {"ping"}, 5).message, "pong");
 
@@ -253,4 +275,114 @@ TEST_F(ServerTest, closes_other_users_connections_without_answering) {
     int status = 0;
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+// What a GUI app does: the executor queues each request's work for the main loop, and the
+// loop (here a thread) runs it. The handler must run there and nowhere else.
+struct MainLoop {
+    std::mutex mutex;
+    std::condition_variable ready;
+    std::deque<std::function<void()>> queue;
+    bool quit = false;
+
+    ControlExecutor executor() {
+        return [this](std::function<void()> work) {
+            {
+                std::lock_guard lock(mutex);
+                queue.push_back(std::move(work));
+            }
+            ready.notify_one();
+        };
+    }
+    void pump() {
+        for (;;) {
+            std::function<void()> work;
+            {
+                std::unique_lock lock(mutex);
+                ready.wait(lock, [&] { return quit || !queue.empty(); });
+                if (queue.empty()) return;
+                work = std::move(queue.front());
+                queue.pop_front();
+            }
+            work();
+        }
+    }
+    void stop() {
+        {
+            std::lock_guard lock(mutex);
+            quit = true;
+        }
+        ready.notify_one();
+    }
+};
+
+TEST_F(ServerTest, an_executor_runs_every_request_on_the_owners_thread) {
+    MainLoop loop;
+    std::thread mainThread([&] { loop.pump(); });
+    std::atomic<int> elsewhere{0};
+    {
+        ControlServer server(
+            path,
+            [&](const std::vector<std::string>& arguments) {
+                if (std::this_thread::get_id() != mainThread.get_id()) ++elsewhere;
+                return handler(arguments);
+            },
+            {}, loop.executor());
+        server.start();
+        std::vector<std::thread> clients;
+        std::atomic<int> correct{0};
+        for (int i = 0; i < 20; ++i) {
+            clients.emplace_back([&, i] {
+                try {
+                    auto output = ControlClient::send(path, {"echo", std::to_string(i)}, untimed);
+                    JSONArray expected{"echo", std::to_string(i)};
+                    if (output.payload == JSONValue(JSONObject{{"arguments", expected}})) ++correct;
+                } catch (const std::exception&) {}
+            });
+        }
+        for (auto& client : clients) client.join();
+        EXPECT_EQ(correct, 20);
+        EXPECT_EQ(ControlClient::send(path, {"fail", "std"}, untimed),
+                  CommandOutput::fromError(HalywardError::failed("disk on fire")));
+    }
+    loop.stop();
+    mainThread.join();
+    EXPECT_EQ(elsewhere, 0);
+    EXPECT_FALSE(*handler.overlapped);
+}
+
+TEST_F(ServerTest, stopping_abandons_work_the_owner_has_not_run) {
+    std::deque<std::function<void()>> kept;  // a main loop that is busy elsewhere
+    std::mutex keptMutex;
+    std::atomic<int> calls{0};
+    {
+        ControlServer server(
+            path,
+            [&](const std::vector<std::string>& arguments) {
+                ++calls;
+                return handler(arguments);
+            },
+            {},
+            [&](std::function<void()> work) {
+                std::lock_guard lock(keptMutex);
+                kept.push_back(std::move(work));
+            });
+        server.start();
+        std::thread client([&] {
+            try {
+                ControlClient::send(path, {"ping"}, untimed);
+            } catch (const HalywardError&) {
+                // The server stopped without answering; that is the point.
+            }
+        });
+        for (;;) {
+            std::lock_guard lock(keptMutex);
+            if (!kept.empty()) break;
+            std::this_thread::yield();
+        }
+        server.stop();  // must return although the work never ran
+        client.join();
+    }
+    for (auto& work : kept) work();  // the loop gets to it after the server has gone
+    EXPECT_EQ(calls, 0);
 }

@@ -1,8 +1,8 @@
-#include "halyward/base/error.hpp"
 #include "halyward/control/rpc_codec.hpp"
+#include "halyward/base/error.hpp"
 
-#include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
+#include <boost/json/parse.hpp>
 
 #include <algorithm>
 #include <string>
@@ -21,9 +21,10 @@ TEST(rpc_codec, encodes_one_compact_line_in_member_order) {
     EXPECT_EQ(text(RPCCodec::encodeLine(RPCRequest("", {}))), "{\"id\":\"\",\"arguments\":[]}\n");
 
     CommandOutput failure = CommandOutput::fromError(HalywardError::notFound("No app “Mail”."));
-    EXPECT_EQ(text(RPCCodec::encodeLine(RPCResponse("7", failure))),
-              R"({"id":"7","exitCode":5,"message":"No app “Mail”.","payload":"{\"code\":\"not_found\"}"})"
-              "\n");
+    EXPECT_EQ(
+        text(RPCCodec::encodeLine(RPCResponse("7", failure))),
+        R"({"id":"7","exitCode":5,"message":"No app “Mail”.","payload":"{\"code\":\"not_found\"}"})"
+        "\n");
     EXPECT_EQ(RPCResponse("7", CommandOutput{0, "Done.", JSONValue()}).payload, "null");
 }
 
@@ -49,13 +50,15 @@ TEST(rpc_codec, decodes_what_it_encodes_and_members_in_any_order) {
     for (const auto& request : requests)
         EXPECT_EQ(RPCCodec::decode<RPCRequest>(RPCCodec::encodeLine(request)), request);
     const RPCResponse responses[] = {
-        RPCResponse("9", CommandOutput{8, "It \"failed\"\\.", JSONValue(JSONObject{{"code", "failed"}})}),
+        RPCResponse(
+            "9", CommandOutput{8, "It \"failed\"\\.", JSONValue(JSONObject{{"code", "failed"}})}),
         RPCResponse("x", INT64_MIN, "", "[1,\"a/b\"]"),
     };
     for (const auto& response : responses)
         EXPECT_EQ(RPCCodec::decode<RPCResponse>(RPCCodec::encodeLine(response)), response);
-    EXPECT_EQ(RPCCodec::decode<RPCRequest>(" {\"arguments\":[\"ping\"],\"id\":\"2\",\"extra\":true}\r\n"),
-              RPCRequest("2", {"ping"}));
+    EXPECT_EQ(
+        RPCCodec::decode<RPCRequest>(" {\"arguments\":[\"ping\"],\"id\":\"2\",\"extra\":true}\r\n"),
+        RPCRequest("2", {"ping"}));
     EXPECT_EQ(RPCCodec::decode<RPCResponse>(
                   "{\"payload\":\"null\",\"message\":\"ok\",\"exitCode\":3.0,\"id\":\"a\"}\n"),
               RPCResponse("a", 3, "ok", "null"));
@@ -63,10 +66,16 @@ TEST(rpc_codec, decodes_what_it_encodes_and_members_in_any_order) {
 
 TEST(rpc_codec, refuses_lines_of_the_wrong_shape) {
     const char* requests[] = {
-        "\n", "[]", "{\"id\":\"1\"}", "{\"arguments\":[]}", "{\"id\":null,\"arguments\":[]}",
+        "\n",
+        "[]",
+        "{\"id\":\"1\"}",
+        "{\"arguments\":[]}",
+        "{\"id\":null,\"arguments\":[]}",
         "{\"id\":\"1\",\"arguments\":\"ping\"}",
-        "{\"id\":\"1\",\"arguments\":[\"ping\",2]}", "{\"id\":\"1\",\"arguments\":[]} {}",
-        "{\"id\":\"\xFF\",\"arguments\":[]}", "{\"id\":\"\\ud800\",\"arguments\":[]}",
+        "{\"id\":\"1\",\"arguments\":[\"ping\",2]}",
+        "{\"id\":\"1\",\"arguments\":[]} {}",
+        "{\"id\":\"\xFF\",\"arguments\":[]}",
+        "{\"id\":\"\\ud800\",\"arguments\":[]}",
         "{\"id\":\"1\",\"arguments\":[]",
     };
     for (const char* line : requests)

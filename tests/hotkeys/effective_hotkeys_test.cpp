@@ -37,7 +37,8 @@ TEST(effective_hotkeys, lists_apps_then_hotkeys_then_builtins_then_tile_chords) 
     };
     auto effective = effectiveHotkeys(config);
     ASSERT_EQ(effective.size(), 6 + 27u);
-    EXPECT_EQ(std::vector<EffectiveHotkey>(effective.begin(), effective.begin() + 7), expected_head);
+    EXPECT_EQ(std::vector<EffectiveHotkey>(effective.begin(), effective.begin() + 7),
+              expected_head);
     EXPECT_EQ(effective.back(), (EffectiveHotkey{"ctrl+opt+escape", "tile:exit", "builtin"}));
 
     config.general.agentHotkeyEnabled = false;
@@ -54,7 +55,8 @@ TEST(effective_hotkeys, unparseable_chords_leave_only_the_tile_defaults) {
     config.hotkeys = {{"ctrl+", "x"}};
     config.general.tileModeHotkey = config.general.agentHotkey = config.general.newAppHotkey =
         config.general.layoutHotkey = "hyper+ctrl+k";
-    for (const TileKeyBinding& row : TileKeys::bindings()) config.general.tileHotkeys[row.id] = "\xFF";
+    for (const TileKeyBinding& row : TileKeys::bindings())
+        config.general.tileHotkeys[row.id] = "\xFF";
     auto effective = effectiveHotkeys(config);
     ASSERT_EQ(effective.size(), 27u);
     EXPECT_EQ(effective.front().chord, "ctrl+opt+left");
@@ -64,7 +66,10 @@ TEST(effective_hotkeys, unparseable_chords_leave_only_the_tile_defaults) {
 TEST(hotkey_conflicts, report_later_duplicates_and_reserved_chords_in_walk_order) {
     EXPECT_TRUE(hotkeyConflicts(HalywardConfig{}).empty());
 
-    struct Case { HalywardConfig config; std::vector<HotkeyConflict> conflicts; };
+    struct Case {
+        HalywardConfig config;
+        std::vector<HotkeyConflict> conflicts;
+    };
     HalywardConfig sameApps;
     sameApps.apps = {app("one", "opt+cmd+m"), app("two", "Cmd+Opt+M")};
     HalywardConfig tileOnLayout;
@@ -97,9 +102,12 @@ TEST(configured_hotkey, first_web_app_wins_then_hotkeys_table) {
     HalywardConfig config;
     config.apps = {app("mail", "opt+cmd+m"), app("notes", std::nullopt), app("notes2", "ctrl+n")};
     config.apps[2].spec.bundleIdentifier = config.apps[1].spec.bundleIdentifier;
-    config.hotkeys = {{"ctrl+opt+t", "com.apple.Terminal"}, {"ctrl+opt+w", "app.halyward.web.notes"},
+    config.hotkeys = {{"ctrl+opt+t", "com.apple.Terminal"},
+                      {"ctrl+opt+w", "app.halyward.web.notes"},
                       {"ctrl+opt+m", "app.halyward.web.mail"}};
-    struct Case { std::string bundle, chord; };
+    struct Case {
+        std::string bundle, chord;
+    };
     const Case cases[] = {
         {"app.halyward.web.mail", "opt+cmd+m"},
         {"app.halyward.web.notes", "ctrl+opt+w"},  // first match has none: skip later apps
@@ -108,4 +116,24 @@ TEST(configured_hotkey, first_web_app_wins_then_hotkeys_table) {
         {"", ""},
     };
     for (const auto& c : cases) EXPECT_EQ(configuredHotkey(config, c.bundle), c.chord) << c.bundle;
+}
+
+TEST(hotkey_source, text_form_round_trips_and_unknown_text_is_builtin) {
+    using Kind = HotkeySource::Kind;
+    struct Case {
+        std::string text;
+        HotkeySource source;
+        std::string encoded;
+    };
+    const Case cases[] = {
+        {"app:mail", {Kind::webApp, "mail"}, "app:mail"},
+        {"app:", {Kind::webApp, ""}, "app:"},
+        {"hotkeys", {Kind::hotkeysTable, ""}, "hotkeys"},
+        {"builtin", {Kind::builtin, ""}, "builtin"},
+        {"App:mail", {Kind::builtin, ""}, "builtin"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(HotkeySource::decode(c.text), c.source) << c.text;
+        EXPECT_EQ(c.source.encode(), c.encoded) << c.text;
+    }
 }

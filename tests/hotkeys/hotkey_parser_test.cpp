@@ -1,5 +1,5 @@
-#include "halyward/base/error.hpp"
 #include "halyward/hotkeys/hotkey_parser.hpp"
+#include "halyward/base/error.hpp"
 #include "halyward/hotkeys/keycaps.hpp"
 #include "halyward/hotkeys/mac_key_codes.hpp"
 #include "halyward/hotkeys/system_hotkeys.hpp"
@@ -29,7 +29,9 @@ std::string failureOf(const std::string& text) {
 }  // namespace
 
 TEST(hotkey_parser, accepts_every_spelling_and_canonical_text_is_a_fixed_point) {
-    struct Case { std::string in, canonical; };
+    struct Case {
+        std::string in, canonical;
+    };
     const Case cases[] = {
         {"  Ctrl + Opt + Space ", "ctrl+opt+space"},
         {"cmd+opt+m", "opt+cmd+m"},
@@ -41,13 +43,13 @@ TEST(hotkey_parser, accepts_every_spelling_and_canonical_text_is_a_fixed_point) 
         {"ctrl+opt+[", "ctrl+opt+leftbracket"},
         {"ctrl+opt+esc", "ctrl+opt+escape"},
         {"ctrl+ArrowLeft", "ctrl+left"},
-        {"ctrl+\xC3\x89", "ctrl+\xC3\xA9"},               // É is stored lowercased
-        {"ctrl+e\xCC\x81", "ctrl+e\xCC\x81"},              // one character: e + combining acute
+        {"ctrl+\xC3\x89", "ctrl+\xC3\xA9"},    // É is stored lowercased
+        {"ctrl+e\xCC\x81", "ctrl+e\xCC\x81"},  // one character: e + combining acute
         {"ctrl\n+\ta", "ctrl+a"},
-        {"\xE2\x8C\xA5\xE2\x8C\x98M", "opt+cmd+m"},        // ⌥⌘M
+        {"\xE2\x8C\xA5\xE2\x8C\x98M", "opt+cmd+m"},  // ⌥⌘M
         {"\xE2\x8C\x83\xE2\x8C\xA5\xE2\x87\xA7\xE2\x8C\x98 Space", "ctrl+opt+shift+cmd+space"},
-        {"\xE2\x8C\x83[", "ctrl+leftbracket"},             // ⌃[
-        {"k\xE2\x8C\x98\xE2\x8C\x98", "cmd+k"},            // glyphs after the key, repeated
+        {"\xE2\x8C\x83[", "ctrl+leftbracket"},   // ⌃[
+        {"k\xE2\x8C\x98\xE2\x8C\x98", "cmd+k"},  // glyphs after the key, repeated
     };
     for (const auto& c : cases) {
         HotkeyChord chord = HotkeyParser::parse(c.in);
@@ -59,7 +61,9 @@ TEST(hotkey_parser, accepts_every_spelling_and_canonical_text_is_a_fixed_point) 
 }
 
 TEST(hotkey_parser, rejects_bad_text_with_the_usage_message) {
-    struct Case { std::string in, message; };
+    struct Case {
+        std::string in, message;
+    };
     const Case cases[] = {
         {"", "A hotkey needs a key."},
         {"ctrl+", "\u201Cctrl+\u201D has an empty hotkey piece."},
@@ -73,7 +77,7 @@ TEST(hotkey_parser, rejects_bad_text_with_the_usage_message) {
         {"ctrl+\xFF", "\u201C\xFF\u201D is not a key Halyward can bind."},
         {std::string("ctrl+a\0b", 8),
          "\u201C" + std::string("a\0b", 3) + "\u201D is not a key Halyward can bind."},
-        {"\xE2\x8C\x98+K", "\u201C+k\u201D is not a key Halyward can bind."},   // ⌘+K
+        {"\xE2\x8C\x98+K", "\u201C+k\u201D is not a key Halyward can bind."},  // ⌘+K
         {"\xE2\x8C\x98\xE2\x87\xA7", "\u201C\u201D is not a key Halyward can bind."},
     };
     for (const auto& c : cases) EXPECT_EQ(failureOf(c.in), c.message) << c.in;
@@ -138,8 +142,8 @@ TEST(system_hotkeys, only_canonically_spelled_entries_can_ever_match) {
         EXPECT_EQ(reason, "macOS uses this chord.");
         if (SystemHotkeys::reservation(HotkeyParser::parse(text))) matched.insert(text);
     }
-    EXPECT_EQ(matched, (std::set<std::string>{"cmd+space", "ctrl+cmd+space", "ctrl+up",
-                                              "ctrl+down", "ctrl+left", "ctrl+right"}));
+    EXPECT_EQ(matched, (std::set<std::string>{"cmd+space", "ctrl+cmd+space", "ctrl+up", "ctrl+down",
+                                              "ctrl+left", "ctrl+right"}));
     EXPECT_EQ(SystemHotkeys::reservation(HotkeyParser::parse("Ctrl + Left")),
               "macOS uses this chord.");
     EXPECT_EQ(SystemHotkeys::reservation(HotkeyParser::parse("shift+cmd+3")), std::nullopt);
@@ -147,7 +151,10 @@ TEST(system_hotkeys, only_canonically_spelled_entries_can_ever_match) {
 
 TEST(keycaps, show_modifier_glyphs_then_the_key_face) {
     using Caps = std::vector<std::string>;
-    struct Case { std::string in; Caps caps; };
+    struct Case {
+        std::string in;
+        Caps caps;
+    };
     const Case cases[] = {
         {"ctrl+opt+shift+h", {"\u2303", "\u2325", "\u21E7", "H"}},
         {"cmd+shift+ctrl+opt+space", {"\u2303", "\u2325", "\u21E7", "\u2318", "Space"}},

@@ -1,7 +1,7 @@
+#include "halyward/hotkeys/tile_keys.hpp"
 #include "halyward/hotkeys/focus_action.hpp"
 #include "halyward/hotkeys/hotkey_parser.hpp"
 #include "halyward/hotkeys/mac_key_codes.hpp"
-#include "halyward/hotkeys/tile_keys.hpp"
 
 #include <gtest/gtest.h>
 
@@ -36,13 +36,15 @@ TEST(tile_keys, overrides_replace_only_their_row_and_invalid_ones_are_ignored) {
     ASSERT_EQ(defaults.size(), TileKeys::bindings().size());
     for (std::size_t i = 0; i < defaults.size(); ++i) {
         EXPECT_EQ(std::pair(defaults[i].chord, defaults[i].token),
-                  std::pair(TileKeys::bindings()[i].defaultChord, TileKeys::bindings()[i].action.token()));
+                  std::pair(TileKeys::bindings()[i].defaultChord,
+                            TileKeys::bindings()[i].action.token()));
         EXPECT_EQ(defaults[i].note.has_value(), TileKeys::bindings()[i].note.has_value());
     }
 
-    const auto changed = TileKeys::resolved(
-        {{"fill", "cmd+opt+F"}, {"move_up", "super+u"}, {"focus_l", "ctrl+opt+shift+cmd+l"},
-         {"no_such_action", "ctrl+opt+z"}});
+    const auto changed = TileKeys::resolved({{"fill", "cmd+opt+F"},
+                                             {"move_up", "super+u"},
+                                             {"focus_l", "ctrl+opt+shift+cmd+l"},
+                                             {"no_such_action", "ctrl+opt+z"}});
     for (std::size_t i = 0; i < changed.size(); ++i) {
         const std::string& id = changed[i].id;
         if (id == "fill") {
@@ -57,7 +59,9 @@ TEST(tile_keys, overrides_replace_only_their_row_and_invalid_ones_are_ignored) {
 }
 
 TEST(tile_keys, title_picks_the_row_by_token_and_chord) {
-    struct Case { std::string token, chord, title; };
+    struct Case {
+        std::string token, chord, title;
+    };
     const Case cases[] = {
         {"tile:focus-left", "ctrl+opt+left", "Focus left"},
         {"tile:focus-left", "ctrl+opt+h", "Focus left (H)"},
@@ -66,12 +70,19 @@ TEST(tile_keys, title_picks_the_row_by_token_and_chord) {
         {"tile:exit", "ctrl+opt+escape", "Leave tile mode (Esc)"},
         {"tile:layout-9", "ctrl+opt+9", "tile:layout-9"},
     };
-    for (const auto& c : cases) EXPECT_EQ(TileKeys::title(c.token, c.chord, {}), c.title) << c.chord;
-    EXPECT_EQ(TileKeys::title("tile:fill", "ctrl+shift+f", {{"fill", "ctrl+shift+f"}}), "Fill screen");
+    for (const auto& c : cases)
+        EXPECT_EQ(TileKeys::title(c.token, c.chord, {}), c.title) << c.chord;
+    EXPECT_EQ(TileKeys::title("tile:fill", "ctrl+shift+f", {{"fill", "ctrl+shift+f"}}),
+              "Fill screen");
 }
 
 TEST(tile_keys, typed_capitals_still_match_and_shifted_digits_do_not) {
-    struct Case { std::uint32_t code; std::string typed; bool shift; std::optional<TileAction> action; };
+    struct Case {
+        std::uint32_t code;
+        std::string typed;
+        bool shift;
+        std::optional<TileAction> action;
+    };
     const Case cases[] = {
         {0xFFFF, "H", false, TileAction::focus(Direction::left)},
         {0xFFFF, "L", true, TileAction::move(Direction::right)},
@@ -85,8 +96,13 @@ TEST(tile_keys, typed_capitals_still_match_and_shifted_digits_do_not) {
 }
 
 TEST(focus_action, launches_focuses_cycles_or_hides) {
-    struct Case { bool running, frontmost; std::int64_t windows; std::optional<std::int64_t> focused;
-                  bool cycle, hide; FocusAction expected; };
+    struct Case {
+        bool running, frontmost;
+        std::int64_t windows;
+        std::optional<std::int64_t> focused;
+        bool cycle, hide;
+        FocusAction expected;
+    };
     const Case cases[] = {
         {false, true, 3, 0, true, true, FocusAction::launch()},
         {true, false, 3, 0, true, true, FocusAction::focus()},

@@ -4,7 +4,7 @@
 // answered "unavailable" by the router. It prints "ready" once it listens and stops when
 // its standard input closes.
 
-#include "halyward/cli/command_router.hpp"
+#include "halyward/commands/command_router.hpp"
 #include "halyward/control/control_server.hpp"
 
 #include <cstdio>
@@ -26,15 +26,14 @@ int main(int argc, char** argv) {
     const halyward::CommandRouter router(std::move(context));
 
     try {
-        halyward::ControlServer server(argv[1], [&router](const std::vector<std::string>& arguments) {
-            return router.run(arguments);
-        });
+        halyward::ControlServer server(
+            argv[1],
+            [&router](const std::vector<std::string>& arguments) { return router.run(arguments); });
         server.start();
         std::puts("ready");
         std::fflush(stdout);
         char buffer[256];
-        while (::read(STDIN_FILENO, buffer, sizeof buffer) > 0) {
-        }
+        while (::read(STDIN_FILENO, buffer, sizeof buffer) > 0) {}
         server.stop();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "halyward_stand_in_app: %s\n", error.what());

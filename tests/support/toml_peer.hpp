@@ -6,6 +6,7 @@
 //
 // Needs HALYWARD_PYTHON3 and HALYWARD_TEST_DATA, which every test executable defines.
 
+#include <sys/wait.h>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -14,7 +15,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/wait.h>
 #include <vector>
 
 #include <boost/json.hpp>
@@ -64,7 +64,8 @@ inline boost::json::value tagged(const TOMLValue& value, TaggedView view) {
             std::array<char, 64> buffer{};
             const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
                                               std::chars_format::general, 17);
-            return leaf("float", std::string_view(buffer.data(), static_cast<std::size_t>(result.ptr - buffer.data())));
+            return leaf("float", std::string_view(buffer.data(), static_cast<std::size_t>(
+                                                                     result.ptr - buffer.data())));
         }
         case TOMLValue::Kind::array: {
             boost::json::array array;
@@ -94,14 +95,16 @@ inline boost::json::object& tableAt(boost::json::object& root, const TOMLPath& p
 inline std::pair<int, std::string> runScript(std::string_view input) {
     ScratchFolder folder;
     writeFile(folder.path / "input", input);
-    const std::string command = "'" HALYWARD_PYTHON3 "' '" HALYWARD_TEST_DATA "/toml_to_json.py' < '" +
+    const std::string command = "'" HALYWARD_PYTHON3 "' '" HALYWARD_TEST_DATA
+                                "/toml_to_json.py' < '" +
                                 (folder / "input") + "' 2>/dev/null";
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) std::abort();
     std::string output;
     std::array<char, 65536> buffer{};
     std::size_t count = 0;
-    while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) output.append(buffer.data(), count);
+    while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        output.append(buffer.data(), count);
     const int status = ::pclose(pipe);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
 }
@@ -110,7 +113,8 @@ inline std::pair<int, std::string> runScript(std::string_view input) {
 
 /// tomllib's readings of `texts` as tagged JSON, with one start of Python; nullopt for
 /// each text tomllib rejects.
-inline std::vector<std::optional<std::string>> tomllibTaggedJSONBatch(const std::vector<std::string>& texts) {
+inline std::vector<std::optional<std::string>> tomllibTaggedJSONBatch(
+    const std::vector<std::string>& texts) {
     std::string input;
     for (const auto& text : texts) input += std::to_string(text.size()) + '\n' + text;
     auto [status, output] = detail::peer::runScript(input);
@@ -125,7 +129,8 @@ inline std::vector<std::optional<std::string>> tomllibTaggedJSONBatch(const std:
 
 /// Our document's values in the form `tomllibTaggedJSON` gives: headers and dotted keys
 /// make nested tables, inline tables are objects, a repeated key keeps its later value.
-inline std::string taggedJSON(const TOMLDocument& document, TaggedView view = TaggedView::asParsed) {
+inline std::string taggedJSON(const TOMLDocument& document,
+                              TaggedView view = TaggedView::asParsed) {
     boost::json::object root;
     TOMLPath currentTable;
     for (const auto& node : document.nodes) {

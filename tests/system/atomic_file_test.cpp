@@ -13,7 +13,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-unsigned mode(const fs::path& path) { return static_cast<unsigned>(fs::status(path).permissions()); }
+unsigned mode(const fs::path& path) {
+    return static_cast<unsigned>(fs::status(path).permissions());
+}
 
 int temporaryFiles(const fs::path& folder) {
     int count = 0;
@@ -42,10 +44,10 @@ TEST(atomic_file, failed_writes_throw_and_leave_what_was_there) {
     writeFile(root.path / "folder" / "inside", "");
     writeFile(root.path / "plain", "old");
     const std::string targets[] = {
-        root / "folder",                 // a folder where the file goes
-        root / "plain/child.toml",       // a file where a folder goes
+        root / "folder",            // a folder where the file goes
+        root / "plain/child.toml",  // a file where a folder goes
         root / "plain/deeper/x",
-        root / "trailing/",              // no file name at all
+        root / "trailing/",  // no file name at all
     };
     for (const std::string& target : targets) {
         try {
@@ -60,6 +62,7 @@ TEST(atomic_file, failed_writes_throw_and_leave_what_was_there) {
     EXPECT_EQ(readFile(root.path / "plain"), "old");
     EXPECT_EQ(temporaryFiles(root.path) + temporaryFiles(root.path / "folder"), 0);
     EXPECT_FALSE(fs::exists(root.path / "trailing"));
-    EXPECT_THROW(AtomicFile::write(std::string_view("x"), std::string_view("a\0b", 3), 0644), HalywardError);
+    EXPECT_THROW(AtomicFile::write(std::string_view("x"), std::string_view("a\0b", 3), 0644),
+                 HalywardError);
     EXPECT_THROW(AtomicFile::write(std::string_view("x"), "", 0644), HalywardError);
 }

@@ -31,16 +31,32 @@ TEST(shell_quote, quotes_every_argument_in_single_quotes) {
     EXPECT_EQ(ShellQuote::single("it's"), "'it'\"'\"'s'");
     EXPECT_EQ(ShellQuote::single(""), "''");
     EXPECT_EQ(ShellQuote::command({"agent", "--model", "a b"}), "'agent' '--model' 'a b'");
-    EXPECT_EQ(ShellQuote::launchScript("/tmp/x y", {"ls"}), "#!/bin/sh\ncd -- '/tmp/x y' || exit 1\nexec 'ls'");
+    EXPECT_EQ(ShellQuote::launchScript("/tmp/x y", {"ls"}),
+              "#!/bin/sh\ncd -- '/tmp/x y' || exit 1\nexec 'ls'");
 }
 
 TEST(shell_quote, split_follows_shell_quoting_leniently) {
-    struct Case { std::string line; Args want; };
+    struct Case {
+        std::string line;
+        Args want;
+    };
     const Case cases[] = {
-        {"  a   b ", {"a", "b"}}, {"", {}}, {" \t\n\r\n ", {}}, {"say 'hello world'", {"say", "hello world"}},
-        {"a\\ b", {"a b"}}, {"x '' y \"\"", {"x", "y"}}, {"'a\\b'", {"a\\b"}}, {"\"a\\\"b\"", {"a\"b"}},
-        {"\"it's\" 'say \"hi\"'", {"it's", "say \"hi\""}}, {"ab'cd ef", {"abcd ef"}}, {"end\\", {"end"}},
-        {"a\xE2\x80\x83" "b\xC2\xA0" "c", {"a", "b", "c"}}, {"bad\xFF 'ok'", {"bad\xFF", "ok"}},
+        {"  a   b ", {"a", "b"}},
+        {"", {}},
+        {" \t\n\r\n ", {}},
+        {"say 'hello world'", {"say", "hello world"}},
+        {"a\\ b", {"a b"}},
+        {"x '' y \"\"", {"x", "y"}},
+        {"'a\\b'", {"a\\b"}},
+        {"\"a\\\"b\"", {"a\"b"}},
+        {"\"it's\" 'say \"hi\"'", {"it's", "say \"hi\""}},
+        {"ab'cd ef", {"abcd ef"}},
+        {"end\\", {"end"}},
+        {"a\xE2\x80\x83"
+         "b\xC2\xA0"
+         "c",
+         {"a", "b", "c"}},
+        {"bad\xFF 'ok'", {"bad\xFF", "ok"}},
         // Quotes and backslashes stay syntax even beside combining marks.
         {"\\\xCC\x81x '\xCC\x81' \"e\xCC\x81\"", {"\xCC\x81x", "\xCC\x81", "e\xCC\x81"}},
     };
@@ -50,8 +66,10 @@ TEST(shell_quote, split_follows_shell_quoting_leniently) {
 // The shell itself is the judge: /bin/sh must hand back exactly the arguments command()
 // wrote, and split() must read the same arguments from the line.
 TEST(shell_quote_cross_check, sh_and_split_read_back_every_argument_list) {
-    static const char* pieces[] = {"'", "\"", "\\", " ", "\t", "\n", "$HOME", "`id`", "*", "~", "-n", "a",
-                                   "\xC3\xA9", "\xCC\x81", "\xF0\x9F\x98\x80", "''", "\xD8\x80", "!;&#", "%s"};
+    static const char* pieces[] = {"'",  "\"",       "\\",       " ",        "\t",
+                                   "\n", "$HOME",    "`id`",     "*",        "~",
+                                   "-n", "a",        "\xC3\xA9", "\xCC\x81", "\xF0\x9F\x98\x80",
+                                   "''", "\xD8\x80", "!;&#",     "%s"};
     std::mt19937 rng(7001);
     for (int i = 0; i < 300; ++i) {
         Args args(1 + rng() % 5);
@@ -61,14 +79,16 @@ TEST(shell_quote_cross_check, sh_and_split_read_back_every_argument_list) {
         ASSERT_EQ(ShellQuote::split(line), args) << line;
         std::string expected;
         for (const auto& arg : args) expected += arg + '\0';
-        const auto [status, output] = runShell(ShellQuote::command({"/bin/sh", "-c", "printf '%s\\0' " + line}));
+        const auto [status, output] =
+            runShell(ShellQuote::command({"/bin/sh", "-c", "printf '%s\\0' " + line}));
         ASSERT_EQ(status, 0) << line;
         ASSERT_EQ(output, expected) << line;
     }
 }
 
 TEST(shell_quote_cross_check, launch_script_enters_a_folder_named_like_an_option) {
-    const auto base = std::filesystem::temp_directory_path() / ("shell-quote-" + std::to_string(getpid()));
+    const auto base =
+        std::filesystem::temp_directory_path() / ("shell-quote-" + std::to_string(getpid()));
     const auto folder = base / "-n it's $HOME";
     std::filesystem::create_directories(folder);
     const auto run = [&](const std::filesystem::path& directory, const Args& args) {

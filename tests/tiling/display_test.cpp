@@ -12,7 +12,8 @@
 namespace halyward {
 namespace {
 
-const std::vector<Frame> threeScreens{{0, 0, 1000, 800}, {1000, 0, 1000, 800}, {2000, 0, 1000, 800}};
+const std::vector<Frame> threeScreens{
+    {0, 0, 1000, 800}, {1000, 0, 1000, 800}, {2000, 0, 1000, 800}};
 
 // Which of `screens` holds the centre of `frame`.
 std::size_t screenOf(const Frame& frame, const std::vector<Frame>& screens) {
@@ -26,13 +27,16 @@ TEST(display_move, target_index_wraps_in_both_directions_and_needs_two_screens) 
     constexpr auto big = std::numeric_limits<std::int64_t>::max();
     constexpr auto small = std::numeric_limits<std::int64_t>::min();
     // {window x, window y, delta, screen holding the moved window's centre}
-    const std::tuple<double, double, std::int64_t, std::size_t> cases[] = {
-        {100, 100, 1, 1},     {100, 100, -1, 2},     {100, 100, 4, 1},  {100, 100, 0, 0},
-        {100, 100, -3, 0},    {2100, 100, 1, 0},     {2100, 100, -4, 1},
-        {1100, 100, big, 2},  {1100, 100, small, 2},
-        {100, 5000, 1, 1},  // below every screen: counts as being on the first
-        {NAN, 100, -1, 3},  // a NaN centre is on no screen and its moved frame stays NaN
-    };
+    const std::tuple<double, double, std::int64_t, std::size_t>
+        cases
+            [] =
+                {
+                    {100, 100, 1, 1},   {100, 100, -1, 2},   {100, 100, 4, 1},
+                    {100, 100, 0, 0},   {100, 100, -3, 0},   {2100, 100, 1, 0},
+                    {2100, 100, -4, 1}, {1100, 100, big, 2}, {1100, 100, small, 2},
+                    {100, 5000, 1, 1},  // below every screen: counts as being on the first
+                    {NAN, 100, -1, 3},  // a NaN centre is on no screen and its moved frame stays NaN
+                };
     for (const auto& [x, y, delta, expected] : cases) {
         const auto shift = displayMove({x, y, 200, 200}, threeScreens, delta, 0);
         ASSERT_EQ(shift.kind(), DisplayShift::Kind::moved);
@@ -62,7 +66,8 @@ TEST(frame_moved_to_display, keeps_tiles_and_otherwise_proportions) {
     EXPECT_EQ(frameMovedToDisplay({5, 5, 50, 50}, {0, 0, 0, 0}, {0, 0, 300, 200}, 0),
               (Frame{0, 0, 300, 200}));
     // Sizes never fall below a point, even when the ratio is NaN.
-    const Frame moved = frameMovedToDisplay({500, 5, 0.001, 50}, {0, 0, NAN, 100}, {0, 0, 300, 200}, 0);
+    const Frame moved =
+        frameMovedToDisplay({500, 5, 0.001, 50}, {0, 0, NAN, 100}, {0, 0, 300, 200}, 0);
     EXPECT_TRUE(std::isnan(moved.x));
     EXPECT_EQ(moved.width, 1);
     EXPECT_EQ(moved.height, 100);
@@ -70,23 +75,40 @@ TEST(frame_moved_to_display, keeps_tiles_and_otherwise_proportions) {
 
 TEST(display_notice, stays_eight_points_inside_every_edge) {
     const Frame screen{100, 50, 1000, 600};
-    const struct { const char* name; std::optional<Frame> anchor; NoticeSize size; Frame expected; } cases[] = {
-        {"no anchor, short: above the top anchor point", std::nullopt, {200, 30}, {500, 60, 200, 30}},
-        {"no anchor, tall: below the top anchor point", std::nullopt, {200, 40}, {500, 106, 200, 40}},
-        {"below a window at the top edge", Frame{400, 60, 200, 100}, {100, 40}, {450, 168, 100, 40}},
+    const struct {
+        const char* name;
+        std::optional<Frame> anchor;
+        NoticeSize size;
+        Frame expected;
+    } cases[] = {
+        {"no anchor, short: above the top anchor point",
+         std::nullopt,
+         {200, 30},
+         {500, 60, 200, 30}},
+        {"no anchor, tall: below the top anchor point",
+         std::nullopt,
+         {200, 40},
+         {500, 106, 200, 40}},
+        {"below a window at the top edge",
+         Frame{400, 60, 200, 100},
+         {100, 40},
+         {450, 168, 100, 40}},
         {"left edge", Frame{100, 300, 20, 100}, {100, 40}, {108, 252, 100, 40}},
         {"right edge", Frame{1080, 300, 20, 100}, {100, 40}, {992, 252, 100, 40}},
         {"bottom edge", Frame{400, 40, 200, 600}, {100, 40}, {450, 602, 100, 40}},
         {"taller than the screen", Frame{400, 300, 200, 100}, {100, 900}, {450, 58, 100, 900}},
         {"wider than the screen", std::nullopt, {5000, 30}, {108, 60, 984, 30}},
-        {"NaN size takes the widest width and a point of height", std::nullopt,
-         {NAN, NAN}, {108, 89, 984, 1}},
+        {"NaN size takes the widest width and a point of height",
+         std::nullopt,
+         {NAN, NAN},
+         {108, 89, 984, 1}},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(displayNoticeFrame(c.anchor, c.size, screen), c.expected) << c.name;
     }
     // A screen narrower than its margins: one point wide, and the right margin wins.
-    EXPECT_EQ(displayNoticeFrame(std::nullopt, {50, 30}, {100, 50, 4, 600}), (Frame{95, 60, 1, 30}));
+    EXPECT_EQ(displayNoticeFrame(std::nullopt, {50, 30}, {100, 50, 4, 600}),
+              (Frame{95, 60, 1, 30}));
 }
 
 }  // namespace

@@ -39,8 +39,8 @@ TEST(layout, stack_puts_gaps_only_between_rows) {
 }
 
 TEST(layout, one_frame_per_window_inside_the_screen_without_overlap) {
-    for (const Frame& screen : {Frame{0, 25, 1440, 875}, Frame{-2560, -400, 2560, 1415},
-                                Frame{0, 0, 40, 30}}) {
+    for (const Frame& screen :
+         {Frame{0, 25, 1440, 875}, Frame{-2560, -400, 2560, 1415}, Frame{0, 0, 40, 30}}) {
         for (double gap : {0.0, 8.0, 12.5, 200.0}) {
             const bool roomy = screen.width > 4 * gap + 3 && screen.height > 17 * gap + 16;
             for (LayoutKind kind : allLayoutKinds) {
@@ -88,7 +88,8 @@ TEST(layout, adjacent_slots_lead_back_except_off_two_thirds) {
             ++links;
             // Opposite directions are neighbouring cases: left/right, up/down.
             const auto back = static_cast<Direction>(static_cast<int>(d) ^ 1);
-            const bool twoThirds = from == TileSlot::leftTwoThirds || from == TileSlot::rightTwoThirds;
+            const bool twoThirds =
+                from == TileSlot::leftTwoThirds || from == TileSlot::rightTwoThirds;
             EXPECT_EQ(adjacentSlot(*to, back) == from, !twoThirds) << rawValue(from);
         }
     }

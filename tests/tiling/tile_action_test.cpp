@@ -29,8 +29,16 @@ TEST(tile_action, tokens_name_each_action_and_read_back) {
 
 TEST(tile_action, rejects_tokens_it_would_never_write) {
     const std::string rejected[] = {
-        "", "tile:focus-", "tile:focus-Left", " tile:fill", "TILE:EXIT", "tile:layout-",
-        "tile:layout-03", "tile:layout-+3", "tile:layout--0", "tile:layout-99999999999999999999",
+        "",
+        "tile:focus-",
+        "tile:focus-Left",
+        " tile:fill",
+        "TILE:EXIT",
+        "tile:layout-",
+        "tile:layout-03",
+        "tile:layout-+3",
+        "tile:layout--0",
+        "tile:layout-99999999999999999999",
         std::string("tile:exit\0", 10),
     };
     for (const auto& token : rejected) EXPECT_EQ(parseTileAction(token), std::nullopt) << token;

@@ -12,10 +12,16 @@ namespace {
 
 TEST(tile_slot, parses_names_aliases_and_rejects_the_rest) {
     const std::pair<std::string, std::optional<TileSlot>> cases[] = {
-        {" Left ", TileSlot::leftHalf}, {"MAXIMIZE", TileSlot::fill}, {"full\n", TileSlot::fill},
-        {"\tBottom", TileSlot::bottomHalf}, {"RIGHT-TWO-THIRDS", TileSlot::rightTwoThirds},
-        {"center", std::nullopt}, {"left-halves", std::nullopt}, {"", std::nullopt},
-        {std::string("fill\0", 5), std::nullopt}, {"\xff", std::nullopt},
+        {" Left ", TileSlot::leftHalf},
+        {"MAXIMIZE", TileSlot::fill},
+        {"full\n", TileSlot::fill},
+        {"\tBottom", TileSlot::bottomHalf},
+        {"RIGHT-TWO-THIRDS", TileSlot::rightTwoThirds},
+        {"center", std::nullopt},
+        {"left-halves", std::nullopt},
+        {"", std::nullopt},
+        {std::string("fill\0", 5), std::nullopt},
+        {"\xff", std::nullopt},
         {std::string(10'000'000, 'a'), std::nullopt},
     };
     for (const auto& [text, slot] : cases) EXPECT_EQ(parseTileSlot(text), slot) << text.size();
@@ -35,8 +41,9 @@ TEST(tile_slot, frames_match_worked_examples) {
 }
 
 TEST(tile_slot, tiles_fit_their_screen_and_keep_their_floors) {
-    const Frame screens[] = {{0, 25, 1440, 875}, {-1920, -200, 1920, 1080}, {2560, 0, 1000, 3},
-                             {0, 0, 1, 1}, {0, 0, 0, 0}, {10, 10, -50, 40}};
+    const Frame screens[] = {{0, 25, 1440, 875}, {-1920, -200, 1920, 1080},
+                             {2560, 0, 1000, 3}, {0, 0, 1, 1},
+                             {0, 0, 0, 0},       {10, 10, -50, 40}};
     for (const Frame& screen : screens) {
         for (double gap : {0.0, 10.0, 37.5, -10.0, 600.0, std::nan("")}) {
             const double g = gap > 0 ? gap : 0;

@@ -40,39 +40,46 @@ TEST(toml_parser, failures_name_the_line_and_the_problem) {
         {"x = tru", "Config line 1: Expected true or false."},
         {"x = \"abc\ny = 1\"", "Config line 1: A string is missing its closing quote."},
         {"x = \"abc\\", "Config line 1: A string ends in a backslash."},
-        {"a = 1\nx = \"\"\"abc\n\n", "Config line 4: A multiline string is missing its closing quotes."},
+        {"a = 1\nx = \"\"\"abc\n\n",
+         "Config line 4: A multiline string is missing its closing quotes."},
         {"x = [\n1,\n# two\n2\n3]", "Config line 5: An array is missing ] ."},
         {"x = {a 1}", "Config line 1: Expected = in an inline table."},
         {"x = {\n a = 1 b = 2 }", "Config line 2: An inline table is missing } ."},
         {"x = -", "Config line 1: \u201C-\u201D is not a number."},
-        {"x = 9223372036854775808", "Config line 1: \u201C9223372036854775808\u201D is not a number."},
+        {"x = 9223372036854775808",
+         "Config line 1: \u201C9223372036854775808\u201D is not a number."},
         {"x = \u0661\u0662", "Config line 1: \u201C\u0661\u0662\u201D is not a number."},
         // Escaped line breaks and line breaks in multi-line strings are lines too.
         {"x = \"a\\\nb\"\ny = \"\"\"\n\n\"\"\"\nz", "Config line 6: Expected = after z."},
         // CR LF and lone CR are line breaks.
         {"a = 1\r\nb = 2\r\n[[x]]", "Config line 3: Halyward's config does not use array tables."},
         {"a = 1\r\rc", "Config line 3: Expected = after c."},
-        {"x = " + std::string(100000, '['), "Config line 1: Arrays and inline tables are nested more than 256 levels deep."},
+        {"x = " + std::string(100000, '['),
+         "Config line 1: Arrays and inline tables are nested more than 256 levels deep."},
     };
-    for (const auto& [text, message] : cases) EXPECT_EQ(parseError(text), message) << text.substr(0, 60);
+    for (const auto& [text, message] : cases)
+        EXPECT_EQ(parseError(text), message) << text.substr(0, 60);
 }
 
 TEST(toml_parser, statements_become_nodes_and_other_lines_stay_raw) {
     const std::vector<std::pair<std::string, std::vector<TOMLNode>>> cases = {
         {"", {}},
         {"\n# only a comment\n  \t\n", {TOMLNode::raw("\n# only a comment\n  \t\n")}},
-        {"[general] # note\n  x=1   #  c  \n\n", {TOMLNode::header({"general"}, "# note"),
-                                                   TOMLNode::key({"general"}, "x", integer(1), "#  c"),
-                                                   TOMLNode::raw("\n")}},
-        {"[t]\na . b = 1", {TOMLNode::header({"t"}, ""), TOMLNode::key({"t", "a"}, "b", integer(1), "")}},
-        {"\"my key\" = 1\n[apps.\"my site\" ]", {TOMLNode::key({}, "my key", integer(1), ""),
-                                                  TOMLNode::header({"apps", "my site"}, "")}},
-        {"a = 1 b = true\n  ", {TOMLNode::key({}, "a", integer(1), ""),
-                                TOMLNode::key({}, "b", TOMLValue::boolean(true), ""), TOMLNode::raw("  ")}},
+        {"[general] # note\n  x=1   #  c  \n\n",
+         {TOMLNode::header({"general"}, "# note"),
+          TOMLNode::key({"general"}, "x", integer(1), "#  c"), TOMLNode::raw("\n")}},
+        {"[t]\na . b = 1",
+         {TOMLNode::header({"t"}, ""), TOMLNode::key({"t", "a"}, "b", integer(1), "")}},
+        {"\"my key\" = 1\n[apps.\"my site\" ]",
+         {TOMLNode::key({}, "my key", integer(1), ""), TOMLNode::header({"apps", "my site"}, "")}},
+        {"a = 1 b = true\n  ",
+         {TOMLNode::key({}, "a", integer(1), ""),
+          TOMLNode::key({}, "b", TOMLValue::boolean(true), ""), TOMLNode::raw("  ")}},
         // A decomposed é stays one character of the bare key.
         {"cafe\u0301-1_\u65E5 = 1", {TOMLNode::key({}, "cafe\u0301-1_\u65E5", integer(1), "")}},
-        {"a = 1\r\n# c\r\rb = 2\r", {TOMLNode::key({}, "a", integer(1), ""), TOMLNode::raw("# c\n\n"),
-                                      TOMLNode::key({}, "b", integer(2), "")}},
+        {"a = 1\r\n# c\r\rb = 2\r",
+         {TOMLNode::key({}, "a", integer(1), ""), TOMLNode::raw("# c\n\n"),
+          TOMLNode::key({}, "b", integer(2), "")}},
     };
     for (const auto& [text, nodes] : cases) EXPECT_EQ(TOMLParser::parse(text).nodes, nodes) << text;
 }
@@ -90,7 +97,9 @@ TEST(toml_parser, values_follow_the_subset) {
         {"[1, \"a\", [],]", TOMLValue::array({integer(1), string("a"), TOMLValue::array({})})},
         {"{}", TOMLValue::table({})},
         {"{ b = 1, \"a\" = { c = false }, b = 2, }",
-         TOMLValue::table({{"b", integer(1)}, {"a", TOMLValue::table({{"c", TOMLValue::boolean(false)}})}, {"b", integer(2)}})},
+         TOMLValue::table({{"b", integer(1)},
+                           {"a", TOMLValue::table({{"c", TOMLValue::boolean(false)}})},
+                           {"b", integer(2)}})},
         {"{\n  # spans lines\n  a = 1\n}", TOMLValue::table({{"a", integer(1)}})},
     };
     for (const auto& [text, value] : cases) {
@@ -102,10 +111,15 @@ TEST(toml_parser, values_follow_the_subset) {
 
 TEST(toml_value, int_accessor_takes_whole_doubles_only) {
     const std::vector<std::pair<TOMLValue, std::optional<std::int64_t>>> cases = {
-        {integer(-3), -3}, {TOMLValue::number(2.0), 2}, {TOMLValue::number(-0.0), 0},
-        {TOMLValue::number(2.5), std::nullopt}, {TOMLValue::number(9223372036854775808.0), std::nullopt},
-        {TOMLValue::number(std::nan("")), std::nullopt}, {string("2"), std::nullopt}};
-    for (const auto& [value, expected] : cases) EXPECT_EQ(value.intValue(), expected) << renderTOMLValue(value);
+        {integer(-3), -3},
+        {TOMLValue::number(2.0), 2},
+        {TOMLValue::number(-0.0), 0},
+        {TOMLValue::number(2.5), std::nullopt},
+        {TOMLValue::number(9223372036854775808.0), std::nullopt},
+        {TOMLValue::number(std::nan("")), std::nullopt},
+        {string("2"), std::nullopt}};
+    for (const auto& [value, expected] : cases)
+        EXPECT_EQ(value.intValue(), expected) << renderTOMLValue(value);
 }
 
 TEST(toml_parser, hostile_input_gives_a_document_or_a_config_error) {
@@ -114,8 +128,10 @@ TEST(toml_parser, hostile_input_gives_a_document_or_a_config_error) {
     for (auto& byte : garbage) byte = static_cast<char>(random());
     std::string marks = "k";
     for (int i = 0; i < 1000000; ++i) marks += "\u0301";
-    for (const auto& input : {garbage, "\xff\xfe = 1\n"s, "a\0b = 1"s, "x = \"" + std::string(10'000'000, 'a') + "\"",
-                              std::string(10'000'000, '['), std::string(1'000'000, '\r'), marks + " = \"" + marks + "\""}) {
+    for (const auto& input :
+         {garbage, "\xff\xfe = 1\n"s, "a\0b = 1"s, "x = \"" + std::string(10'000'000, 'a') + "\"",
+          std::string(10'000'000, '['), std::string(1'000'000, '\r'),
+          marks + " = \"" + marks + "\""}) {
         try {
             const std::string rendered = renderTOML(TOMLParser::parse(input));
             EXPECT_EQ(renderTOML(TOMLParser::parse(rendered)), rendered);

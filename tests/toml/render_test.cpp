@@ -43,10 +43,28 @@ TEST(toml_render, statements_are_written_in_normal_form) {
 // Whatever a string or key holds, writing it and reading it back gives it back.
 TEST(toml_render, strings_and_keys_read_back_unchanged) {
     const std::vector<std::string> texts = {
-        "", "plain", "a\nb", "\n", "ends with quote\n\"", "two\n\"\"", "five\"\"\"\"\"x\n", "back\\slash\n\\",
-        "cr\r\nlf", "\"\u0301 mark after quote", "\u0301leading mark\nx", "ends in prepend \u0600",
-        "prepend \u0600\\", "tab\t\u0301 cr\r\u0301", "lf\n\u0301 cr\r\u0301", "caf\u00E9 \U0001F600 \u65E5\u672C",
-        std::string("nul\0byte", 8), "\xff\xfe invalid", "key.with.dots", "-_", "\u0D4E", "a\u0D4E",
+        "",
+        "plain",
+        "a\nb",
+        "\n",
+        "ends with quote\n\"",
+        "two\n\"\"",
+        "five\"\"\"\"\"x\n",
+        "back\\slash\n\\",
+        "cr\r\nlf",
+        "\"\u0301 mark after quote",
+        "\u0301leading mark\nx",
+        "ends in prepend \u0600",
+        "prepend \u0600\\",
+        "tab\t\u0301 cr\r\u0301",
+        "lf\n\u0301 cr\r\u0301",
+        "caf\u00E9 \U0001F600 \u65E5\u672C",
+        std::string("nul\0byte", 8),
+        "\xff\xfe invalid",
+        "key.with.dots",
+        "-_",
+        "\u0D4E",
+        "a\u0D4E",
     };
     for (const auto& text : texts) {
         TOMLDocument document;

@@ -45,31 +45,40 @@ private:
     }
 
     std::string value(int depth, const std::string& lf) {
-        static const std::vector<std::string> pieces = {"a", " ", "\\\"", "\\\\", "\\n", "\\t", "\\r", "\u00E9",
-                                                        "\u65E5\u672C", "\U0001F600", "e\u0301", "#", "=", "'"};
+        static const std::vector<std::string> pieces = {
+            "a",          " ",       "\\\"", "\\\\", "\\n", "\\t", "\\r", "\u00E9", "\u65E5\u672C",
+            "\U0001F600", "e\u0301", "#",    "=",    "'"};
         switch (pick(depth < 2 ? 8 : 6)) {
-            case 0: case 1: {
+            case 0:
+            case 1: {
                 std::string text = "\"";
                 for (int i = 0, n = pick(8); i < n; ++i) text += pieces[random_() % pieces.size()];
                 return text + "\"";
             }
             case 2: return "\"\"\"" + lf + "line one" + lf + "\\\"quoted\\\" \\\\ \u00E9\"\"\"";
-            case 3: return pick(2) ? "9223372036854775807" : std::to_string(-static_cast<std::int64_t>(random_()));
+            case 3:
+                return pick(2) ? "9223372036854775807"
+                               : std::to_string(-static_cast<std::int64_t>(random_()));
             case 4: {
-                const double number = std::ldexp(static_cast<double>(random_()), pick(80) - 60) * (pick(2) ? 1 : -1);
+                const double number =
+                    std::ldexp(static_cast<double>(random_()), pick(80) - 60) * (pick(2) ? 1 : -1);
                 char buffer[512];
-                std::string text(buffer, std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::fixed).ptr);
+                std::string text(buffer, std::to_chars(buffer, buffer + sizeof buffer, number,
+                                                       std::chars_format::fixed)
+                                             .ptr);
                 return text.find('.') == std::string::npos ? text + ".0" : text;
             }
             case 5: return pick(2) ? "true" : "false";
             case 6: {
                 std::string text = "[";
-                for (int i = 0, n = pick(4); i < n; ++i) text += (i ? ", " : "") + value(depth + 1, lf);
+                for (int i = 0, n = pick(4); i < n; ++i)
+                    text += (i ? ", " : "") + value(depth + 1, lf);
                 return text + (text.size() > 1 && pick(3) == 0 ? ",]" : "]");
             }
             default: {
                 std::string text = "{";
-                for (int i = 0, n = pick(4); i < n; ++i) text += (i ? ", e" : " e") + std::to_string(i) + " = " + value(depth + 1, lf);
+                for (int i = 0, n = pick(4); i < n; ++i)
+                    text += (i ? ", e" : " e") + std::to_string(i) + " = " + value(depth + 1, lf);
                 return text + " }";
             }
         }
@@ -84,10 +93,12 @@ void applyEdits(TOMLDocument& document) {
     const auto tables = document.headers({});
     document.set({}, "added_root", TOMLValue::number(16.0));
     for (const auto& table : tables) {
-        document.set(table, "added", TOMLValue::array({TOMLValue::string("x\ny\""), TOMLValue::number(0.1)}));
+        document.set(table, "added",
+                     TOMLValue::array({TOMLValue::string("x\ny\""), TOMLValue::number(0.1)}));
     }
     if (!tables.empty()) document.removeTable(tables.front());
-    document.set({"brand", "new"}, "ctrl+opt+m", TOMLValue::table({{"bundle", TOMLValue::string("com.apple.Mail")}}));
+    document.set({"brand", "new"}, "ctrl+opt+m",
+                 TOMLValue::table({{"bundle", TOMLValue::string("com.apple.Mail")}}));
     document.set({"brand", "new"}, "ctrl+opt+m", TOMLValue::boolean(false));
     document.remove({}, "added_root");
     document.set({}, "version", TOMLValue::integer(2));
@@ -101,7 +112,8 @@ void expectAgreement(const std::vector<std::string>& sources) {
         TOMLDocument document;
         ASSERT_NO_THROW(document = TOMLParser::parse(source)) << source;
         texts.insert(texts.end(), {source, renderTOML(document)});
-        expected.insert(expected.end(), {taggedJSON(document), taggedJSON(document, TaggedView::asRendered)});
+        expected.insert(expected.end(),
+                        {taggedJSON(document), taggedJSON(document, TaggedView::asRendered)});
         applyEdits(document);
         texts.push_back(renderTOML(document));
         expected.push_back(taggedJSON(document, TaggedView::asRendered));
@@ -115,7 +127,8 @@ void expectAgreement(const std::vector<std::string>& sources) {
 TEST(toml_tomllib, corpus_agrees_before_and_after_rendering_and_edits) {
     std::vector<std::string> sources;
     for (const auto& entry : std::filesystem::directory_iterator(HALYWARD_TEST_DATA "/toml")) {
-        if (entry.path().extension() == ".toml") sources.push_back(readTestFile(entry.path().filename()));
+        if (entry.path().extension() == ".toml")
+            sources.push_back(readTestFile(entry.path().filename()));
     }
     ASSERT_GE(sources.size(), 3u);
     expectAgreement(sources);

@@ -11,38 +11,61 @@ using namespace halyward;
 namespace fs = std::filesystem;
 using Clock = std::chrono::system_clock;
 
-static Clock::time_point at(std::int64_t unixSeconds) { return Clock::time_point(std::chrono::seconds(unixSeconds)); }
+static Clock::time_point at(std::int64_t unixSeconds) {
+    return Clock::time_point(std::chrono::seconds(unixSeconds));
+}
 
 TEST(version_compare, reads_parts_leniently) {
-    struct Case { std::string text; std::vector<std::int64_t> parts; };
+    struct Case {
+        std::string text;
+        std::vector<std::int64_t> parts;
+    };
     const Case cases[] = {
-        {" V2.x.3 \n", {2, 0, 3}}, {"v1.2.0", {1, 2, 0}},  {"1.0.1-rc1", {1, 0, 1}},
-        {"-1.2", {1, 2}},           {"--3-4", {3}},         {"1..2.", {1, 2}},
-        {"+4.05", {4, 5}},          {"vv1", {0}},           {"99999999999999999999.1", {0, 1}},
-        {"", {}},                   {"  ", {}},             {"v", {}},
-        {"---", {}},                {"\xFF.1", {0, 1}},
+        {" V2.x.3 \n", {2, 0, 3}},
+        {"v1.2.0", {1, 2, 0}},
+        {"1.0.1-rc1", {1, 0, 1}},
+        {"-1.2", {1, 2}},
+        {"--3-4", {3}},
+        {"1..2.", {1, 2}},
+        {"+4.05", {4, 5}},
+        {"vv1", {0}},
+        {"99999999999999999999.1", {0, 1}},
+        {"", {}},
+        {"  ", {}},
+        {"v", {}},
+        {"---", {}},
+        {"\xFF.1", {0, 1}},
     };
     for (const auto& c : cases) EXPECT_EQ(versionParts(c.text), c.parts) << c.text;
 }
 
 TEST(version_compare, newer_is_numeric_and_strict) {
-    struct Case { const char* candidate; const char* baseline; bool newer; };
+    struct Case {
+        const char* candidate;
+        const char* baseline;
+        bool newer;
+    };
     const Case cases[] = {
-        {"v1.2.0", "1.1.9", true},   {"1.2", "1.2.0", false},      {"1.2.0", "1.2", false},
-        {"1.10", "1.9", true},       {"1.9", "1.10", false},       {"2.0.0-beta", "1.9.9", true},
+        {"v1.2.0", "1.1.9", true},     {"1.2", "1.2.0", false},    {"1.2.0", "1.2", false},
+        {"1.10", "1.9", true},         {"1.9", "1.10", false},     {"2.0.0-beta", "1.9.9", true},
         {"1.0.1-rc1", "1.0.1", false}, {"1.0.1.1", "1.0.1", true}, {"", "0.0", false},
-        {"0.0.1", "", true},         {"1.0.1", "1.0.1", false},
+        {"0.0.1", "", true},           {"1.0.1", "1.0.1", false},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(isVersion(c.candidate, c.baseline), c.newer) << c.candidate << " vs " << c.baseline;
+        EXPECT_EQ(isVersion(c.candidate, c.baseline), c.newer)
+            << c.candidate << " vs " << c.baseline;
 }
 
 TEST(update_wire, decodes_feed_answers) {
-    struct Case { std::string data; UpdateFeed feed; };
+    struct Case {
+        std::string data;
+        UpdateFeed feed;
+    };
     const Case cases[] = {
         {R"({"version":"1.1.0","url":"https://d/u"})", {"1.1.0", "https://d/u", std::nullopt}},
         {R"({"version":"1.1.0","url":"u","downloadURL":"d","notes":"N"})", {"1.1.0", "d", "N"}},
-        {R"({"version":"2","downloadURL":5,"url":"u","notes":null,"x":[]})", {"2", "u", std::nullopt}},
+        {R"({"version":"2","downloadURL":5,"url":"u","notes":null,"x":[]})",
+         {"2", "u", std::nullopt}},
         {" {\"version\":\"3\"}\n", {"3", std::nullopt, std::nullopt}},
     };
     for (const auto& c : cases) EXPECT_EQ(UpdateWire::decode(c.data), c.feed) << c.data;
@@ -55,25 +78,36 @@ TEST(update_wire, decodes_feed_answers) {
 }
 
 TEST(update_wire, url_carries_only_the_version_item) {
-    struct Case { const char* feed; const char* version; std::optional<std::string> url; };
+    struct Case {
+        const char* feed;
+        const char* version;
+        std::optional<std::string> url;
+    };
     const Case cases[] = {
         {"https://x.example/feed.json", "1.0.1", "https://x.example/feed.json?version=1.0.1"},
         {"https://x.example/feed?channel=beta&v=0#top", "1.0.1",
          "https://x.example/feed?version=1.0.1#top"},
-        {"https://x.example/f", "1.0 &+=#é", "https://x.example/f?version=1.0%20%26%2B%3D%23%C3%A9"},
+        {"https://x.example/f", "1.0 &+=#é",
+         "https://x.example/f?version=1.0%20%26%2B%3D%23%C3%A9"},
         {"https://x.example/a b", "1", std::nullopt},
         {"http://[broken", "1", std::nullopt},
     };
     for (const auto& c : cases) EXPECT_EQ(UpdateWire::url(c.feed, c.version), c.url) << c.feed;
     std::optional<UpdateRequest> request = UpdateHTTP::request("https://x.example/f", "1.0.1");
     ASSERT_TRUE(request);
-    EXPECT_EQ(*request, (UpdateRequest{"https://x.example/f?version=1.0.1", "GET", 60,
-                                       {{"User-Agent", "Halyward"}}}));
+    EXPECT_EQ(*request,
+              (UpdateRequest{
+                  "https://x.example/f?version=1.0.1", "GET", 60, {{"User-Agent", "Halyward"}}}));
     EXPECT_EQ(UpdateHTTP::request("http://[broken", "1"), std::nullopt);
 }
 
 TEST(update_wire, should_check_once_the_interval_has_passed) {
-    struct Case { std::optional<Clock::time_point> last; Clock::time_point now; double interval; bool check; };
+    struct Case {
+        std::optional<Clock::time_point> last;
+        Clock::time_point now;
+        double interval;
+        bool check;
+    };
     const Case cases[] = {
         {std::nullopt, at(0), 86400, true},
         {at(1000), at(1000 + 86400), 86400, true},
@@ -83,11 +117,15 @@ TEST(update_wire, should_check_once_the_interval_has_passed) {
         {Clock::time_point::min(), Clock::time_point::max(), 1e30, true},
         {Clock::time_point::max(), Clock::time_point::min(), -1e30, false},
     };
-    for (const auto& c : cases) EXPECT_EQ(UpdateWire::shouldCheck(c.last, c.now, c.interval), c.check);
+    for (const auto& c : cases)
+        EXPECT_EQ(UpdateWire::shouldCheck(c.last, c.now, c.interval), c.check);
 }
 
 TEST(update_disk, dates_read_iso_8601_and_write_utc_seconds) {
-    struct Case { const char* text; std::optional<std::int64_t> unixSeconds; };
+    struct Case {
+        const char* text;
+        std::optional<std::int64_t> unixSeconds;
+    };
     const Case cases[] = {
         {"2024-05-01T12:00:00Z", 1714564800},
         {"2024-05-01T14:30:00+02:30", 1714564800},
@@ -103,11 +141,14 @@ TEST(update_disk, dates_read_iso_8601_and_write_utc_seconds) {
         {"", std::nullopt},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(UpdateDisk::parseDate(c.text), c.unixSeconds ? std::optional(at(*c.unixSeconds)) : std::nullopt)
+        EXPECT_EQ(UpdateDisk::parseDate(c.text),
+                  c.unixSeconds ? std::optional(at(*c.unixSeconds)) : std::nullopt)
             << c.text;
     }
-    EXPECT_EQ(UpdateDisk::parseDate("2024-05-01T12:00:00.25Z"), at(1714564800) + std::chrono::milliseconds(250));
-    EXPECT_EQ(UpdateDisk::formatDate(at(1714564800) + std::chrono::milliseconds(999)), "2024-05-01T12:00:00Z");
+    EXPECT_EQ(UpdateDisk::parseDate("2024-05-01T12:00:00.25Z"),
+              at(1714564800) + std::chrono::milliseconds(250));
+    EXPECT_EQ(UpdateDisk::formatDate(at(1714564800) + std::chrono::milliseconds(999)),
+              "2024-05-01T12:00:00Z");
     EXPECT_EQ(UpdateDisk::formatDate(at(-1)), "1969-12-31T23:59:59Z");
 }
 
@@ -118,11 +159,12 @@ TEST(update_disk, saves_and_loads_the_stamp_in_the_home_folder) {
 
     UpdateStamp full{at(1714564800), "1.2.0", "https://x.example/d/1.2.0.zip"};
     UpdateDisk::save(full, path);
-    EXPECT_EQ(readFile(path), "{\n"
-                              "  \"downloadURL\" : \"https://x.example/d/1.2.0.zip\",\n"
-                              "  \"lastAttemptAt\" : \"2024-05-01T12:00:00Z\",\n"
-                              "  \"latestVersion\" : \"1.2.0\"\n"
-                              "}\n");
+    EXPECT_EQ(readFile(path),
+              "{\n"
+              "  \"downloadURL\" : \"https://x.example/d/1.2.0.zip\",\n"
+              "  \"lastAttemptAt\" : \"2024-05-01T12:00:00Z\",\n"
+              "  \"latestVersion\" : \"1.2.0\"\n"
+              "}\n");
     EXPECT_EQ(UpdateDisk::load(path), full);
     EXPECT_EQ(fs::status(path).permissions(), static_cast<fs::perms>(0644));
 

@@ -7,10 +7,16 @@
 using namespace halyward;
 
 TEST(safe_download_name, replaces_separators_and_line_breaks_only) {
-    struct Case { std::string name, want; };
+    struct Case {
+        std::string name, want;
+    };
     const Case cases[] = {
-        {"   ", "download"}, {"\n\t\xE2\x80\xA8", "download"}, {"a/b:c.txt", "a-b-c.txt"},
-        {" . ", "download"}, {"..", "download"}, {"...", "..."},
+        {"   ", "download"},
+        {"\n\t\xE2\x80\xA8", "download"},
+        {"a/b:c.txt", "a-b-c.txt"},
+        {" . ", "download"},
+        {"..", "download"},
+        {"...", "..."},
         {"two\r\nlines\x0B\xC2\x85x", "two-lines--x"},
         {"caf\x65\xCC\x81 *?<>|\xFF.txt", "caf\x65\xCC\x81 *?<>|\xFF.txt"},
         {std::string("nul\0.exe", 8), "nul-.exe"},
@@ -20,7 +26,10 @@ TEST(safe_download_name, replaces_separators_and_line_breaks_only) {
 }
 
 TEST(download_destination, numbers_copies_before_the_extension) {
-    struct Case { std::set<std::string> existing; std::string suggested, want; };
+    struct Case {
+        std::set<std::string> existing;
+        std::string suggested, want;
+    };
     const Case cases[] = {
         {{}, "report.pdf", "report.pdf"},
         {{"report.pdf", "report-2.pdf"}, "report.pdf", "report-3.pdf"},
@@ -31,12 +40,15 @@ TEST(download_destination, numbers_copies_before_the_extension) {
     };
     for (const auto& c : cases) {
         const auto exists = [&](const std::filesystem::path& p) {
-            return p.parent_path() == "/home/u/Downloads" && c.existing.count(p.filename().string()) > 0;
+            return p.parent_path() == "/home/u/Downloads" &&
+                   c.existing.count(p.filename().string()) > 0;
         };
         EXPECT_EQ(downloadDestination("/home/u/Downloads", c.suggested, exists),
-                  std::filesystem::path("/home/u/Downloads") / c.want) << c.suggested;
+                  std::filesystem::path("/home/u/Downloads") / c.want)
+            << c.suggested;
     }
-    const auto taken = downloadDestination("/d", "x.bin", [](const std::filesystem::path&) { return true; });
+    const auto taken =
+        downloadDestination("/d", "x.bin", [](const std::filesystem::path&) { return true; });
     EXPECT_EQ(taken.parent_path(), "/d");  // a predicate that calls every name taken still ends
     EXPECT_EQ(taken.extension(), ".bin");
 }

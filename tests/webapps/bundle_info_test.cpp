@@ -4,9 +4,9 @@
 #include <plist/plist.h>
 #include <sys/stat.h>
 
+#include <unistd.h>
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -42,7 +42,8 @@ std::string binaryFrom(const char* xml) {
 }
 
 struct ScratchBundle {
-    fs::path root = fs::temp_directory_path() / ("halyward-bundle-info-" + std::to_string(::getpid()));
+    fs::path root =
+        fs::temp_directory_path() / ("halyward-bundle-info-" + std::to_string(::getpid()));
     fs::path plist = root / "Contents" / "Info.plist";
     ScratchBundle() { fs::create_directories(plist.parent_path()); }
     ~ScratchBundle() { fs::remove_all(root); }

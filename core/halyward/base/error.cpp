@@ -1,5 +1,6 @@
 #include "halyward/base/error.hpp"
 
+#include <system_error>
 #include <utility>
 
 namespace halyward {
@@ -28,5 +29,7 @@ HalywardError HalywardError::cancelled(std::string message) {
 HalywardError HalywardError::failed(std::string message) {
     return {"failed", std::move(message), ExitCode::failed};
 }
+
+std::string systemReason(int error) { return std::generic_category().message(error); }
 
 }  // namespace halyward

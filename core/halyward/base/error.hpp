@@ -47,6 +47,10 @@ public:
     std::int32_t exitCode;
 };
 
+/// The system's sentence for an errno value (what strerror(3) says), to follow a colon in
+/// an error message: "Halyward can't read “…”: Permission denied."
+std::string systemReason(int error);
+
 /// The program's version constants.
 namespace HalywardVersion {
 inline constexpr const char* current = "1.0.1";

@@ -1,6 +1,7 @@
 #include "halyward/base/json.hpp"
 
 #include "halyward/base/error.hpp"
+#include "halyward/base/number_text.hpp"
 #include "halyward/text/text.hpp"
 
 #include <boost/json/basic_parser_impl.hpp>
@@ -17,12 +18,6 @@ constexpr double kTwoTo63 = 9223372036854775808.0;
 bool isWholeInt64(double value) {
     return std::isfinite(value) && std::trunc(value) == value && value > -kTwoTo63 - 1 &&
            std::fabs(value) < kTwoTo63;
-}
-
-void appendInt(std::string& into, std::int64_t value) {
-    char buffer[24];
-    auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    into.append(buffer, result.ptr);
 }
 
 // Builds a JSONValue straight from Boost.JSON's push parser. Numbers are converted from
@@ -163,26 +158,17 @@ std::optional<double> JSONValue::doubleValue() const {
     return std::nullopt;
 }
 
-void appendJSONDouble(std::string& into, double value) {
-    if (std::isnan(value)) {
-        into += "nan";
-    } else if (std::isinf(value)) {
-        into += value < 0 ? "-inf" : "inf";
-    } else if (isWholeInt64(value)) {
-        appendInt(into, static_cast<std::int64_t>(value));
-    } else {
-        char buffer[32];
-        auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-        into.append(buffer, result.ptr);
-    }
-}
-
 void JSONValue::write(std::string& into) const {
     switch (kind()) {
         case Kind::boolean: into += std::get<bool>(storage_) ? "true" : "false"; break;
-        case Kind::integer: appendInt(into, std::get<std::int64_t>(storage_)); break;
-        case Kind::number: appendJSONDouble(into, std::get<double>(storage_)); break;
-        case Kind::string: detail::appendQuotedJSON(into, std::get<std::string>(storage_), detail::JSONQuoting::display); break;
+        case Kind::integer: appendInteger(into, std::get<std::int64_t>(storage_)); break;
+        case Kind::number:
+            appendDouble(into, std::get<double>(storage_), DoubleNotation::shortest);
+            break;
+        case Kind::string:
+            detail::appendQuotedJSON(into, std::get<std::string>(storage_),
+                                     detail::JSONQuoting::display);
+            break;
         case Kind::array: {
             into.push_back('[');
             bool first = true;

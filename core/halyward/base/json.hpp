@@ -87,8 +87,4 @@ enum class JSONQuoting { display, wire };
 void appendQuotedJSON(std::string& out, std::string_view text, JSONQuoting quoting);
 }  // namespace detail
 
-/// Appends the shortest decimal text that reads back as the same double; whole values
-/// below 2^63 in magnitude are written as integers, non-finite ones as nan, inf, -inf.
-void appendJSONDouble(std::string& into, double value);
-
 }  // namespace halyward

@@ -1,8 +1,10 @@
 #include "halyward/control/control_client.hpp"
 
 #include "halyward/base/error.hpp"
-#include "halyward/base/json.hpp"
+#include "halyward/base/number_text.hpp"
+#include "halyward/control/internal/local_socket.hpp"
 #include "halyward/control/rpc_codec.hpp"
+#include "halyward/text/text.hpp"
 
 #include <cerrno>
 #include <chrono>
@@ -69,7 +71,7 @@ HalywardError notRunning() { return HalywardError::unavailable("Halyward is not 
 std::string secondsText(double seconds) {
     if (std::isnan(seconds) || seconds < 0) seconds = 0;
     std::string text;
-    appendJSONDouble(text, seconds);
+    appendDouble(text, seconds, DoubleNotation::shortest);
     return text + (seconds == 1 ? " second" : " seconds");
 }
 
@@ -77,8 +79,6 @@ HalywardError timedOut(double seconds) {
     return HalywardError::unavailable("Halyward did not answer within " + secondsText(seconds) +
                                       ".");
 }
-
-std::string quoted(std::string_view text) { return "\u201C" + std::string(text) + "\u201D"; }
 
 // Waits until `socket` is ready for `events`; false when the deadline passed first.
 bool waitFor(int socket, short events, const Deadline& deadline) {
@@ -107,8 +107,7 @@ std::string freshRequestId() {
         halves[1] = static_cast<std::uint64_t>(::getpid());
     }
     char text[33];
-    std::snprintf(text, sizeof text, "%016llx%016llx",
-                  static_cast<unsigned long long>(halves[0]),
+    std::snprintf(text, sizeof text, "%016llx%016llx", static_cast<unsigned long long>(halves[0]),
                   static_cast<unsigned long long>(halves[1]));
     return text;
 }
@@ -123,23 +122,21 @@ void connectWithin(int socket, const std::string& path, const Deadline& deadline
             if (::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &length) != 0) error = errno;
         }
         switch (error) {
-        case 0:
-        case EISCONN:
-            return;
-        case ENOENT:
-        case ENOTDIR:
-        case ECONNREFUSED:
-            throw notRunning();
-        case EAGAIN:
-        case EINTR:
-            // The listener's backlog is full: the app is busy, not gone. Try again shortly
-            // for as long as the caller lets us.
-            if (deadline.passed()) throw timedOut(timeoutSeconds);
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            continue;
-        default:
-            throw HalywardError::failed("Cannot connect to Halyward at " + quoted(path) + ": " +
-                                        std::strerror(error) + ".");
+            case 0:
+            case EISCONN: return;
+            case ENOENT:
+            case ENOTDIR:
+            case ECONNREFUSED: throw notRunning();
+            case EAGAIN:
+            case EINTR:
+                // The listener's backlog is full: the app is busy, not gone. Try again shortly
+                // for as long as the caller lets us.
+                if (deadline.passed()) throw timedOut(timeoutSeconds);
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+                continue;
+            default:
+                throw HalywardError::failed("Cannot connect to Halyward at " + text::quoted(path) +
+                                            ": " + systemReason(error) + ".");
         }
     }
 }
@@ -147,8 +144,7 @@ void connectWithin(int socket, const std::string& path, const Deadline& deadline
 // Writes the whole request. Returns false when the app closed its end first, which it
 // does after answering a request it refuses (one that is too long), so the caller still
 // reads the answer.
-bool writeAll(int socket, std::string_view bytes, const Deadline& deadline,
-              double timeoutSeconds) {
+bool writeAll(int socket, std::string_view bytes, const Deadline& deadline, double timeoutSeconds) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         long sent = detail::sendNoSignal(socket, bytes.data() + done, bytes.size() - done);
@@ -163,7 +159,7 @@ bool writeAll(int socket, std::string_view bytes, const Deadline& deadline,
         }
         if (sent < 0 && (errno == EPIPE || errno == ECONNRESET)) return false;
         throw HalywardError::failed(std::string("Cannot send the request to Halyward: ") +
-                                    std::strerror(errno) + ".");
+                                    systemReason(errno) + ".");
     }
     return true;
 }
@@ -175,8 +171,8 @@ std::string readLine(int socket, const Deadline& deadline, double timeoutSeconds
     for (;;) {
         long got = ::recv(socket, chunk, sizeof chunk, 0);
         if (got > 0) {
-            const auto* feed = static_cast<const char*>(
-                std::memchr(chunk, '\n', static_cast<std::size_t>(got)));
+            const auto* feed =
+                static_cast<const char*>(std::memchr(chunk, '\n', static_cast<std::size_t>(got)));
             if (feed) {
                 line.append(chunk, static_cast<std::size_t>(feed - chunk));
                 return line;
@@ -198,7 +194,7 @@ std::string readLine(int socket, const Deadline& deadline, double timeoutSeconds
             continue;
         }
         throw HalywardError::failed(std::string("Cannot read Halyward's answer: ") +
-                                    std::strerror(errno) + ".");
+                                    systemReason(errno) + ".");
     }
 }
 
@@ -208,12 +204,12 @@ CommandOutput outputOf(const RPCResponse& response, const std::string& id) {
     const bool refusalOfUnreadable = response.id.empty() && response.exitCode != ExitCode::ok;
     if (response.id != id && !refusalOfUnreadable)
         throw HalywardError::failed("Halyward answered another request (id " +
-                                    quoted(response.id) + " instead of " + quoted(id) + ").");
+                                    text::quoted(response.id) + " instead of " + text::quoted(id) +
+                                    ").");
     if (response.exitCode < std::numeric_limits<std::int32_t>::min() ||
         response.exitCode > std::numeric_limits<std::int32_t>::max())
         throw HalywardError::failed("Halyward answered with the exit status " +
-                                    std::to_string(response.exitCode) +
-                                    ", which is out of range.");
+                                    std::to_string(response.exitCode) + ", which is out of range.");
     JSONValue payload;
     try {
         payload = JSONValue::parse(response.payload);
@@ -226,14 +222,12 @@ CommandOutput outputOf(const RPCResponse& response, const std::string& id) {
 
 }  // namespace
 
-std::size_t controlSocketPathLimit() { return sizeof(sockaddr_un::sun_path) - 1; }
-
 CommandOutput ControlClient::send(const std::string& socketPath,
                                   const std::vector<std::string>& arguments,
                                   double timeoutSeconds) {
     detail::requireSocketPath(socketPath);
     Deadline deadline(timeoutSeconds);
-    detail::UniqueFd socket = detail::makeLocalSocket();
+    UniqueFd socket = detail::makeLocalSocket();
     connectWithin(socket.get(), socketPath, deadline, timeoutSeconds);
 
     const std::string id = freshRequestId();
@@ -252,84 +246,5 @@ CommandOutput ControlClient::send(const std::string& socketPath,
     }
     return outputOf(response, id);
 }
-
-namespace detail {
-
-UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
-    if (this != &other) reset(other.release());
-    return *this;
-}
-
-void UniqueFd::reset(int fd) {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = fd;
-}
-
-void requireSocketPath(std::string_view path) {
-    if (path.empty()) throw HalywardError::failed("The control socket path is empty.");
-    if (path.find('\0') != std::string_view::npos)
-        throw HalywardError::failed("The control socket path " + quoted(path) +
-                                    " holds a NUL byte.");
-    if (path.size() > controlSocketPathLimit())
-        throw HalywardError::failed("The control socket path " + quoted(path) + " is " +
-                                    std::to_string(path.size()) +
-                                    " bytes long; a local socket address holds at most " +
-                                    std::to_string(controlSocketPathLimit()) + ".");
-}
-
-UniqueFd makeLocalSocket() {
-#if defined(SOCK_CLOEXEC) && defined(SOCK_NONBLOCK)
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-#else
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    if (socket.valid()) {
-        ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
-        ::fcntl(socket.get(), F_SETFL, ::fcntl(socket.get(), F_GETFL) | O_NONBLOCK);
-    }
-#endif
-    if (!socket.valid())
-        throw HalywardError::failed(std::string("Cannot open a local socket: ") +
-                                    std::strerror(errno) + ".");
-#ifdef SO_NOSIGPIPE
-    int on = 1;
-    ::setsockopt(socket.get(), SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
-#endif
-    return socket;
-}
-
-namespace {
-
-socklen_t fillAddress(sockaddr_un& address, std::string_view path) {
-    std::memset(&address, 0, sizeof address);
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.data(), path.size());
-    return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + 1);
-}
-
-}  // namespace
-
-int connectLocalSocket(int socket, std::string_view path) {
-    sockaddr_un address;
-    socklen_t length = fillAddress(address, path);
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), length) == 0) return 0;
-    return errno;
-}
-
-int bindLocalSocket(int socket, std::string_view path) {
-    sockaddr_un address;
-    socklen_t length = fillAddress(address, path);
-    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), length) == 0) return 0;
-    return errno;
-}
-
-long sendNoSignal(int socket, const char* data, std::size_t size) {
-#ifdef MSG_NOSIGNAL
-    return ::send(socket, data, size, MSG_NOSIGNAL);
-#else
-    return ::send(socket, data, size, 0);  // SO_NOSIGPIPE is set on every socket we make
-#endif
-}
-
-}  // namespace detail
 
 }  // namespace halyward

@@ -18,6 +18,14 @@ namespace halyward {
 /// anything else thrown becomes exit status 8 with the payload {"code":"failed"}.
 using ControlHandler = std::function<CommandOutput(const std::vector<std::string>& arguments)>;
 
+/// Runs a request's work on the thread that must do it. The server calls it from its
+/// handler thread, once per request, with `work` that calls the handler; the executor runs
+/// `work` once, on the thread it chooses, and may return before it has (a GUI app queues
+/// it to its main loop). The request's answer is written when `work` has run, and the next
+/// request waits until then. Work still queued when the server stops does nothing when it
+/// runs at last, so an executor may keep it past `stop()`.
+using ControlExecutor = std::function<void(std::function<void()> work)>;
+
 /// Limits of one ControlServer.
 struct ControlServerOptions {
     /// How long a connection may take to deliver its request line, and again to take its
@@ -40,20 +48,24 @@ struct ControlServerOptions {
 ///
 /// Connections are read and written by one thread that never blocks on any of them, so a
 /// client that connects and stays silent delays nobody. Handler calls never overlap: they
-/// run one after another on a second thread, because the commands behind them edit the
-/// configuration and are not re-entrant. A slow command therefore makes later requests
-/// wait (their clients' own time limits apply), while malformed lines are still refused
-/// and silent clients still dropped in the meantime.
+/// run one after another, because the commands behind them edit the configuration and are
+/// not re-entrant. They run on a second thread of the server's own unless the owner gives
+/// a ControlExecutor, which puts them where the owner wants them: a GUI app runs them on
+/// its main thread, which alone may touch windows. A slow command therefore makes later
+/// requests wait (their clients' own time limits apply), while malformed lines are still
+/// refused and silent clients still dropped in the meantime.
 ///
 /// `start` and `stop` belong to the thread that owns the server; the handler must not
-/// call them, as `stop` waits for the handler call in progress.
+/// call them, as `stop` waits for the handler call in progress. With an executor, `stop`
+/// does not wait for work the executor has not started yet.
 class ControlServer {
 public:
     /// The longest request line accepted, its line feed excluded.
     static constexpr std::size_t maxRequestBytes = 1024 * 1024;
 
-    ControlServer(std::string socketPath, ControlHandler handler,
-                  ControlServerOptions options = {});
+    /// Without an `executor`, the handler runs on a thread of the server's own.
+    ControlServer(std::string socketPath, ControlHandler handler, ControlServerOptions options = {},
+                  ControlExecutor executor = {});
     /// Stops the server and removes its socket file.
     ~ControlServer();
 

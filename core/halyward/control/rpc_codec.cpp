@@ -11,7 +11,9 @@
 namespace halyward {
 
 RPCResponse::RPCResponse(std::string id, const CommandOutput& output)
-    : id(std::move(id)), exitCode(output.exitCode), message(output.message),
+    : id(std::move(id)),
+      exitCode(output.exitCode),
+      message(output.message),
       payload(output.payload.canonicalString()) {}
 
 namespace RPCCodec {
@@ -35,8 +37,8 @@ std::vector<std::uint8_t> finishLine(std::string& text) {
 }
 
 [[noreturn]] void malformed(std::string_view record, std::string_view why) {
-    throw HalywardError::failed("The control message is not a valid " + std::string(record) +
-                                ": " + std::string(why) + ".");
+    throw HalywardError::failed("The control message is not a valid " + std::string(record) + ": " +
+                                std::string(why) + ".");
 }
 
 JSONObject objectOf(std::string_view line, std::string_view record) {
@@ -47,7 +49,8 @@ JSONObject objectOf(std::string_view line, std::string_view record) {
 
 const JSONValue& member(const JSONObject& object, std::string_view key, std::string_view record) {
     auto found = object.find(std::string(key));
-    if (found == object.end()) malformed(record, "the member \"" + std::string(key) + "\" is missing");
+    if (found == object.end())
+        malformed(record, "the member \"" + std::string(key) + "\" is missing");
     return found->second;
 }
 

@@ -35,7 +35,9 @@ struct RPCResponse {
 
     RPCResponse() = default;
     RPCResponse(std::string id, std::int64_t exitCode, std::string message, std::string payload)
-        : id(std::move(id)), exitCode(exitCode), message(std::move(message)),
+        : id(std::move(id)),
+          exitCode(exitCode),
+          message(std::move(message)),
           payload(std::move(payload)) {}
     /// The answer for `output`: its exit status, its message and its payload written by
     /// `JSONValue::write`.

@@ -13,6 +13,10 @@ namespace halyward {
 
 namespace {
 
+constexpr std::string_view webAppPrefix = "app:";
+constexpr std::string_view hotkeysTableText = "hotkeys";
+constexpr std::string_view builtinText = "builtin";
+
 std::optional<HotkeyChord> parsedChord(std::string_view text) {
     try {
         return HotkeyParser::parse(text);
@@ -24,30 +28,50 @@ std::optional<HotkeyChord> parsedChord(std::string_view text) {
 void append(std::vector<EffectiveHotkey>& out, std::string_view chordText,
             std::string bundleIdentifier, std::string source) {
     if (auto chord = parsedChord(chordText)) {
-        out.push_back(EffectiveHotkey{chord->canonical(), std::move(bundleIdentifier),
-                                      std::move(source)});
+        out.push_back(
+            EffectiveHotkey{chord->canonical(), std::move(bundleIdentifier), std::move(source)});
     }
 }
 
 }  // namespace
 
+HotkeySource HotkeySource::decode(std::string_view source) {
+    if (source.starts_with(webAppPrefix)) {
+        return {Kind::webApp, std::string(source.substr(webAppPrefix.size()))};
+    }
+    if (source == hotkeysTableText) return {Kind::hotkeysTable, {}};
+    return {Kind::builtin, {}};
+}
+
+std::string HotkeySource::encode() const {
+    switch (kind) {
+        case Kind::webApp: return std::string(webAppPrefix) + slug;
+        case Kind::hotkeysTable: return std::string(hotkeysTableText);
+        case Kind::builtin: break;
+    }
+    return std::string(builtinText);
+}
+
 std::vector<EffectiveHotkey> effectiveHotkeys(const HalywardConfig& config) {
     std::vector<EffectiveHotkey> out;
     for (const WebAppRecord& app : config.apps) {
         if (app.spec.hotkey && !app.spec.hotkey->empty()) {
-            append(out, *app.spec.hotkey, app.spec.bundleIdentifier, "app:" + app.slug);
+            append(out, *app.spec.hotkey, app.spec.bundleIdentifier,
+                   HotkeySource{HotkeySource::Kind::webApp, app.slug}.encode());
         }
     }
     for (const NativeHotkey& hotkey : config.hotkeys) {
-        append(out, hotkey.chord, hotkey.bundleIdentifier, "hotkeys");
+        append(out, hotkey.chord, hotkey.bundleIdentifier,
+               HotkeySource{HotkeySource::Kind::hotkeysTable, {}}.encode());
     }
     const GeneralConfig& general = config.general;
-    append(out, general.tileModeHotkey, "halyward.tile-mode", "builtin");
-    if (general.agentHotkeyEnabled) append(out, general.agentHotkey, "halyward.agent", "builtin");
-    append(out, general.newAppHotkey, "halyward.new-app", "builtin");
-    append(out, general.layoutHotkey, "halyward.layout", "builtin");
+    const std::string builtin = HotkeySource{}.encode();
+    append(out, general.tileModeHotkey, "halyward.tile-mode", builtin);
+    if (general.agentHotkeyEnabled) append(out, general.agentHotkey, "halyward.agent", builtin);
+    append(out, general.newAppHotkey, "halyward.new-app", builtin);
+    append(out, general.layoutHotkey, "halyward.layout", builtin);
     for (const ResolvedTileChord& tile : TileKeys::resolved(general.tileHotkeys)) {
-        append(out, tile.chord, tile.token, "builtin");
+        append(out, tile.chord, tile.token, builtin);
     }
     return out;
 }

@@ -10,6 +10,31 @@
 
 namespace halyward {
 
+/// Where an effective hotkey comes from. `EffectiveHotkey::source` holds it as text
+/// ("app:<slug>", "hotkeys", "builtin"), which is what the JSON output shows; this is the
+/// one place that text is made and read.
+struct HotkeySource {
+    enum class Kind {
+        /// A web app's `hotkey`; `slug` names the web app.
+        webApp,
+        /// An entry of the `[hotkeys]` table.
+        hotkeysTable,
+        /// Halyward's own chords: tile mode, agent, new app, layout and the tile chords.
+        builtin,
+    };
+
+    Kind kind = Kind::builtin;
+    /// The web app's slug, for `webApp` only.
+    std::string slug;
+
+    /// Reads the text form. Text of no known form reads as `builtin`.
+    static HotkeySource decode(std::string_view source);
+    /// The text form: "app:" and the slug, "hotkeys" or "builtin".
+    std::string encode() const;
+
+    bool operator==(const HotkeySource&) const = default;
+};
+
 /// One chord in effect.
 struct EffectiveHotkey {
     /// The chord's canonical text, never the text as typed.
@@ -18,8 +43,11 @@ struct EffectiveHotkey {
     /// ("halyward.tile-mode", "halyward.agent", "halyward.new-app", "halyward.layout") or a
     /// tile action's token ("tile:focus-right").
     std::string bundleIdentifier;
-    /// Where it came from: "app:" and the web app's slug, "hotkeys", or "builtin".
+    /// Where it came from: "app:" and the web app's slug, "hotkeys", or "builtin"
+    /// (`HotkeySource::encode`); `origin()` decodes it.
     std::string source;
+
+    HotkeySource origin() const { return HotkeySource::decode(source); }
 
     bool operator==(const EffectiveHotkey&) const = default;
 };

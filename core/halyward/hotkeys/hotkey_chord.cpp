@@ -61,12 +61,14 @@ std::string HotkeyChord::canonical() const {
 
 }  // namespace halyward
 
-std::size_t std::hash<halyward::HotkeyKey>::operator()(const halyward::HotkeyKey& key) const noexcept {
+std::size_t std::hash<halyward::HotkeyKey>::operator()(
+    const halyward::HotkeyKey& key) const noexcept {
     // The case goes in first so that a character key and a named key with the same text
     // hash apart.
     std::size_t seed = static_cast<std::size_t>(key.kind());
     std::size_t payload = std::hash<std::string>{}(key.canonical());
-    return seed ^ (payload + static_cast<std::size_t>(0x9e3779b97f4a7c15ULL) + (seed << 6) + (seed >> 2));
+    return seed ^
+           (payload + static_cast<std::size_t>(0x9e3779b97f4a7c15ULL) + (seed << 6) + (seed >> 2));
 }
 
 std::size_t std::hash<halyward::HotkeyChord>::operator()(
@@ -76,5 +78,6 @@ std::size_t std::hash<halyward::HotkeyChord>::operator()(
         mask |= std::size_t{1} << static_cast<unsigned>(modifier);
     }
     std::size_t keyHash = std::hash<halyward::HotkeyKey>{}(chord.key);
-    return keyHash ^ (mask + static_cast<std::size_t>(0x9e3779b97f4a7c15ULL) + (keyHash << 6) + (keyHash >> 2));
+    return keyHash ^ (mask + static_cast<std::size_t>(0x9e3779b97f4a7c15ULL) + (keyHash << 6) +
+                      (keyHash >> 2));
 }

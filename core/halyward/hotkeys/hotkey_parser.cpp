@@ -27,13 +27,18 @@ std::string quoted(std::string_view text) {
 
 std::optional<HotkeyModifier> modifierNamed(std::string_view piece) {
     static constexpr std::array<std::pair<std::string_view, HotkeyModifier>, 11> spellings{{
-        {"ctrl", HotkeyModifier::ctrl},     {"control", HotkeyModifier::ctrl},
-        {"ctl", HotkeyModifier::ctrl},      {"opt", HotkeyModifier::opt},
-        {"option", HotkeyModifier::opt},    {"alt", HotkeyModifier::opt},
-        {"shift", HotkeyModifier::shift},   {"cmd", HotkeyModifier::cmd},
+        {"ctrl", HotkeyModifier::ctrl},
+        {"control", HotkeyModifier::ctrl},
+        {"ctl", HotkeyModifier::ctrl},
+        {"opt", HotkeyModifier::opt},
+        {"option", HotkeyModifier::opt},
+        {"alt", HotkeyModifier::opt},
+        {"shift", HotkeyModifier::shift},
+        {"cmd", HotkeyModifier::cmd},
         {"command", HotkeyModifier::cmd},
         // "hyper" is another name for the leader key, not a four-modifier combination.
-        {"leader", HotkeyModifier::leader}, {"hyper", HotkeyModifier::leader},
+        {"leader", HotkeyModifier::leader},
+        {"hyper", HotkeyModifier::leader},
     }};
     for (const auto& [spelling, modifier] : spellings) {
         if (spelling == piece) return modifier;
@@ -43,9 +48,14 @@ std::optional<HotkeyModifier> modifierNamed(std::string_view piece) {
 
 std::string_view replacingAlias(std::string_view name) {
     static constexpr std::array<std::pair<std::string_view, std::string_view>, 8> aliases{{
-        {"esc", "escape"},     {"enter", "return"},   {"spacebar", "space"},
-        {"arrowleft", "left"}, {"arrowright", "right"}, {"arrowup", "up"},
-        {"arrowdown", "down"}, {"capslock", "caps"},
+        {"esc", "escape"},
+        {"enter", "return"},
+        {"spacebar", "space"},
+        {"arrowleft", "left"},
+        {"arrowright", "right"},
+        {"arrowup", "up"},
+        {"arrowdown", "down"},
+        {"capslock", "caps"},
     }};
     for (const auto& [alias, target] : aliases) {
         if (alias == name) return target;
@@ -67,7 +77,8 @@ void forEachPiece(std::string_view text, Visit visit) {
     std::size_t start = 0;
     while (true) {
         std::size_t plus = text.find('+', start);
-        std::string_view piece = text.substr(start, plus == std::string_view::npos ? text.npos : plus - start);
+        std::string_view piece =
+            text.substr(start, plus == std::string_view::npos ? text.npos : plus - start);
         bool isLast = plus == std::string_view::npos;
         if (!visit(text::trim(piece), isLast) || isLast) return;
         start = plus + 1;

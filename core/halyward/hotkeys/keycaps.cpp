@@ -13,12 +13,24 @@ namespace {
 
 const std::string_view* specialFace(std::string_view name) {
     static constexpr std::array<std::pair<std::string_view, std::string_view>, 18> faces{{
-        {"space", "Space"},   {"return", "Return"},     {"escape", "Esc"},
-        {"left", "\u2190"},   {"right", "\u2192"},      {"up", "\u2191"},
-        {"down", "\u2193"},   {"leftbracket", "["},     {"rightbracket", "]"},
-        {"minus", "-"},       {"equal", "="},           {"comma", ","},
-        {"period", "."},      {"slash", "/"},           {"semicolon", ";"},
-        {"quote", "'"},       {"backslash", "\\"},      {"grave", "`"},
+        {"space", "Space"},
+        {"return", "Return"},
+        {"escape", "Esc"},
+        {"left", "\u2190"},
+        {"right", "\u2192"},
+        {"up", "\u2191"},
+        {"down", "\u2193"},
+        {"leftbracket", "["},
+        {"rightbracket", "]"},
+        {"minus", "-"},
+        {"equal", "="},
+        {"comma", ","},
+        {"period", "."},
+        {"slash", "/"},
+        {"semicolon", ";"},
+        {"quote", "'"},
+        {"backslash", "\\"},
+        {"grave", "`"},
     }};
     for (const auto& [keyName, face] : faces) {
         if (keyName == name) return &face;

@@ -19,19 +19,18 @@ constexpr std::array<Entry, 36> characterCodes{{
     {"a", 0},  {"s", 1},  {"d", 2},  {"f", 3},  {"h", 4},  {"g", 5},  {"z", 6},  {"x", 7},
     {"c", 8},  {"v", 9},  {"b", 11}, {"q", 12}, {"w", 13}, {"e", 14}, {"r", 15}, {"y", 16},
     {"t", 17}, {"o", 31}, {"u", 32}, {"i", 34}, {"p", 35}, {"l", 37}, {"j", 38}, {"k", 40},
-    {"n", 45}, {"m", 46},
-    {"1", 18}, {"2", 19}, {"3", 20}, {"4", 21}, {"6", 22}, {"5", 23}, {"9", 25}, {"7", 26},
-    {"8", 28}, {"0", 29},
+    {"n", 45}, {"m", 46}, {"1", 18}, {"2", 19}, {"3", 20}, {"4", 21}, {"6", 22}, {"5", 23},
+    {"9", 25}, {"7", 26}, {"8", 28}, {"0", 29},
 }};
 
 constexpr std::array<Entry, 26> namedCodes{{
-    {"space", 49},        {"return", 36},      {"escape", 53},   {"tab", 48},
-    {"left", 123},        {"right", 124},      {"down", 125},    {"up", 126},
-    {"delete", 51},       {"forwarddelete", 117}, {"home", 115}, {"end", 119},
-    {"pageup", 116},      {"pagedown", 121},   {"caps", 57},     {"minus", 27},
-    {"equal", 24},        {"comma", 43},       {"period", 47},   {"slash", 44},
-    {"semicolon", 41},    {"quote", 39},       {"backslash", 42}, {"grave", 50},
-    {"leftbracket", 33},  {"rightbracket", 30},
+    {"space", 49},       {"return", 36},         {"escape", 53},    {"tab", 48},
+    {"left", 123},       {"right", 124},         {"down", 125},     {"up", 126},
+    {"delete", 51},      {"forwarddelete", 117}, {"home", 115},     {"end", 119},
+    {"pageup", 116},     {"pagedown", 121},      {"caps", 57},      {"minus", 27},
+    {"equal", 24},       {"comma", 43},          {"period", 47},    {"slash", 44},
+    {"semicolon", 41},   {"quote", 39},          {"backslash", 42}, {"grave", 50},
+    {"leftbracket", 33}, {"rightbracket", 30},
 }};
 
 // f1 to f20, in order.

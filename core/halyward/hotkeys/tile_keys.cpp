@@ -51,7 +51,10 @@ struct LetterKey {
 };
 
 constexpr LetterKey letterKeys[] = {
-    {Direction::left, "h"}, {Direction::down, "j"}, {Direction::up, "k"}, {Direction::right, "l"},
+    {Direction::left, "h"},
+    {Direction::down, "j"},
+    {Direction::up, "k"},
+    {Direction::right, "l"},
 };
 
 std::string capitalised(std::string_view word) {
@@ -80,10 +83,16 @@ std::vector<TileKeyBinding> buildBindings() {
         };
         for (const ArrowKey& arrow : arrowKeys) {
             std::string direction(rawValue(arrow.direction));
-            rows.push_back(TileKeyBinding{
-                verb + "_" + direction, group, capitalised(verb) + " " + direction, arrow.glyph,
-                HotkeyKey::named(arrow.name), shifted, makeAction(arrow.direction),
-                {arrow.functionCharacter, arrow.glyph}, modifiers + arrow.name, std::nullopt});
+            rows.push_back(TileKeyBinding{verb + "_" + direction,
+                                          group,
+                                          capitalised(verb) + " " + direction,
+                                          arrow.glyph,
+                                          HotkeyKey::named(arrow.name),
+                                          shifted,
+                                          makeAction(arrow.direction),
+                                          {arrow.functionCharacter, arrow.glyph},
+                                          modifiers + arrow.name,
+                                          std::nullopt});
         }
         for (const LetterKey& letter : letterKeys) {
             std::string upper = capitalised(letter.letter);
@@ -93,40 +102,86 @@ std::vector<TileKeyBinding> buildBindings() {
                 chord = "ctrl+opt+cmd+l";
                 note = focusLetterNote(chord);
             }
-            rows.push_back(TileKeyBinding{
-                verb + "_" + letter.letter, group,
-                capitalised(verb) + " " + std::string(rawValue(letter.direction)) + " (" + upper + ")",
-                upper, HotkeyKey::character(letter.letter), shifted, makeAction(letter.direction),
-                {letter.letter}, chord, note});
+            rows.push_back(TileKeyBinding{verb + "_" + letter.letter,
+                                          group,
+                                          capitalised(verb) + " " +
+                                              std::string(rawValue(letter.direction)) + " (" +
+                                              upper + ")",
+                                          upper,
+                                          HotkeyKey::character(letter.letter),
+                                          shifted,
+                                          makeAction(letter.direction),
+                                          {letter.letter},
+                                          chord,
+                                          note});
         }
     }
 
     for (int number = 1; number <= 6; ++number) {
         std::string digit = std::to_string(number);
-        rows.push_back(TileKeyBinding{"layout_" + digit, TileKeyGroup::layout, "Layout " + digit,
-                                      digit, HotkeyKey::character(digit), false,
-                                      TileAction::layout(number), {digit}, "ctrl+opt+" + digit,
+        rows.push_back(TileKeyBinding{"layout_" + digit,
+                                      TileKeyGroup::layout,
+                                      "Layout " + digit,
+                                      digit,
+                                      HotkeyKey::character(digit),
+                                      false,
+                                      TileAction::layout(number),
+                                      {digit},
+                                      "ctrl+opt+" + digit,
                                       std::nullopt});
     }
 
-    rows.push_back(TileKeyBinding{"fill", TileKeyGroup::more, "Fill screen", "F",
-                                  HotkeyKey::character("f"), false, TileAction::fill(), {"f"},
-                                  "ctrl+opt+f", std::nullopt});
-    rows.push_back(TileKeyBinding{"previous_display", TileKeyGroup::more, "Previous display", "[",
-                                  HotkeyKey::named("leftbracket"), false,
-                                  TileAction::previousDisplay(), {"["}, "ctrl+opt+leftbracket",
+    rows.push_back(TileKeyBinding{"fill",
+                                  TileKeyGroup::more,
+                                  "Fill screen",
+                                  "F",
+                                  HotkeyKey::character("f"),
+                                  false,
+                                  TileAction::fill(),
+                                  {"f"},
+                                  "ctrl+opt+f",
                                   std::nullopt});
-    rows.push_back(TileKeyBinding{"next_display", TileKeyGroup::more, "Next display", "]",
-                                  HotkeyKey::named("rightbracket"), false,
-                                  TileAction::nextDisplay(), {"]"}, "ctrl+opt+rightbracket",
+    rows.push_back(TileKeyBinding{"previous_display",
+                                  TileKeyGroup::more,
+                                  "Previous display",
+                                  "[",
+                                  HotkeyKey::named("leftbracket"),
+                                  false,
+                                  TileAction::previousDisplay(),
+                                  {"["},
+                                  "ctrl+opt+leftbracket",
+                                  std::nullopt});
+    rows.push_back(TileKeyBinding{"next_display",
+                                  TileKeyGroup::more,
+                                  "Next display",
+                                  "]",
+                                  HotkeyKey::named("rightbracket"),
+                                  false,
+                                  TileAction::nextDisplay(),
+                                  {"]"},
+                                  "ctrl+opt+rightbracket",
                                   std::nullopt});
     // Return types "\r" (some front ends report "\n"); the keypad's Enter types U+0003.
-    rows.push_back(TileKeyBinding{"exit_return", TileKeyGroup::more, "Leave tile mode", "Return",
-                                  HotkeyKey::named("return"), false, TileAction::exit(),
-                                  {"\r", "\n", "\x03"}, "ctrl+opt+return", std::nullopt});
-    rows.push_back(TileKeyBinding{"exit_escape", TileKeyGroup::more, "Leave tile mode (Esc)",
-                                  "Esc", HotkeyKey::named("escape"), false, TileAction::exit(),
-                                  {"\x1b"}, "ctrl+opt+escape", std::nullopt});
+    rows.push_back(TileKeyBinding{"exit_return",
+                                  TileKeyGroup::more,
+                                  "Leave tile mode",
+                                  "Return",
+                                  HotkeyKey::named("return"),
+                                  false,
+                                  TileAction::exit(),
+                                  {"\r", "\n", "\x03"},
+                                  "ctrl+opt+return",
+                                  std::nullopt});
+    rows.push_back(TileKeyBinding{"exit_escape",
+                                  TileKeyGroup::more,
+                                  "Leave tile mode (Esc)",
+                                  "Esc",
+                                  HotkeyKey::named("escape"),
+                                  false,
+                                  TileAction::exit(),
+                                  {"\x1b"},
+                                  "ctrl+opt+escape",
+                                  std::nullopt});
     return rows;
 }
 
@@ -159,7 +214,8 @@ std::vector<ResolvedTileChord> resolved(const std::map<std::string, std::string>
         }
         // The note explains the default chord; once the user picks another it no longer
         // applies.
-        std::optional<std::string> note = chord == binding.defaultChord ? binding.note : std::nullopt;
+        std::optional<std::string> note =
+            chord == binding.defaultChord ? binding.note : std::nullopt;
         out.push_back(ResolvedTileChord{binding.id, binding.group, binding.title,
                                         binding.panelLabel, std::move(chord), std::move(note),
                                         binding.action.token(), binding.action});

@@ -1,9 +1,10 @@
 #include "halyward/system/atomic_file.hpp"
 
 #include "halyward/base/error.hpp"
+#include "halyward/system/unique_fd.hpp"
+#include "halyward/text/text.hpp"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -20,8 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 
 [[noreturn]] void fail(const std::string& path, int error) {
-    throw HalywardError::failed("Halyward can't write “" + path + "”: " +
-                                std::generic_category().message(error) + ".");
+    throw HalywardError::failed("Halyward can't write " + text::quoted(path) + ": " +
+                                systemReason(error) + ".");
 }
 
 std::string temporaryName() {
@@ -44,19 +45,14 @@ public:
     }
 
     const std::string& path() const { return path_; }
-    int fd() const { return fd_; }
-    void open(int fd) { fd_ = fd; }
-    int closeFile() {
-        if (fd_ < 0) return 0;
-        const int result = ::close(fd_);
-        fd_ = -1;
-        return result;
-    }
+    int fd() const { return fd_.get(); }
+    void open(int fd) { fd_.reset(fd); }
+    int closeFile() { return fd_.close(); }
     void commit() { committed_ = true; }
 
 private:
     std::string path_;
-    int fd_ = -1;
+    UniqueFd fd_;
     bool committed_ = false;
 };
 
@@ -75,14 +71,13 @@ void writeAll(int fd, const std::uint8_t* bytes, std::size_t size, const std::st
 /// Flushes the folder so that the rename itself survives a power loss. File systems that
 /// cannot flush a folder (EINVAL) have nothing to lose here.
 void syncFolder(const std::string& folder, const std::string& path) {
-    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return;
+    const UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!fd.valid()) return;
     int result;
     do {
-        result = ::fsync(fd);
+        result = ::fsync(fd.get());
     } while (result != 0 && errno == EINTR);
     const int error = errno;
-    ::close(fd);
     if (result != 0 && error != EINVAL && error != EROFS) fail(path, error);
 }
 
@@ -90,13 +85,13 @@ void writeBytes(const std::uint8_t* bytes, std::size_t size, std::string_view pa
                 std::uint16_t mode) {
     const std::string pathString(pathText);
     if (pathString.empty() || pathString.find('\0') != std::string::npos) {
-        throw HalywardError::failed("Halyward can't write “" + pathString +
-                                    "”: it is not a valid file path.");
+        throw HalywardError::failed("Halyward can't write " + text::quoted(pathString) +
+                                    ": it is not a valid file path.");
     }
     const fs::path path(pathString);
     if (!path.has_filename()) {
-        throw HalywardError::failed("Halyward can't write “" + pathString +
-                                    "”: it names a folder, not a file.");
+        throw HalywardError::failed("Halyward can't write " + text::quoted(pathString) +
+                                    ": it names a folder, not a file.");
     }
     fs::path folder = path.parent_path();
     if (folder.empty()) folder = ".";
@@ -106,8 +101,7 @@ void writeBytes(const std::uint8_t* bytes, std::size_t size, std::string_view pa
     if (error) fail(pathString, error.value());
 
     Temporary temporary((folder / temporaryName()).string());
-    const int fd =
-        ::open(temporary.path().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int fd = ::open(temporary.path().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0) {
         // Nothing was created, so there is nothing to remove.
         temporary.commit();

@@ -23,7 +23,9 @@ std::string configFile(std::string_view home) { return configDirectory(home) + "
 
 std::string applicationSupport(std::string_view home) { return joined(home, supportSuffix); }
 
-std::string socketFile(std::string_view home) { return applicationSupport(home) + "/halyward.sock"; }
+std::string socketFile(std::string_view home) {
+    return applicationSupport(home) + "/halyward.sock";
+}
 
 std::string fallbackSocketFile(std::string_view home) {
     return configDirectory(home) + "/halyward.sock";
@@ -38,7 +40,9 @@ std::string resolvedSocketFile(std::string_view home, std::int64_t pathLimit) {
     return fallbackSocketFile(home);
 }
 
-std::string commandFile(std::string_view home) { return applicationSupport(home) + "/agent.command"; }
+std::string commandFile(std::string_view home) {
+    return applicationSupport(home) + "/agent.command";
+}
 
 std::string updateStampFile(std::string_view home) {
     return applicationSupport(home) + "/update-check.json";
@@ -48,7 +52,9 @@ std::string accessibilityGrantFile(std::string_view home) {
     return applicationSupport(home) + "/accessibility-grant.txt";
 }
 
-std::string appsDirectory(std::string_view home) { return joined(home, "/Applications/Halyward Apps"); }
+std::string appsDirectory(std::string_view home) {
+    return joined(home, "/Applications/Halyward Apps");
+}
 
 std::vector<std::string> preferredCLILinks(std::string_view home) {
     return {"/usr/local/bin/halyward", joined(home, "/.local/bin/halyward")};

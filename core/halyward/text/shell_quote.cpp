@@ -23,7 +23,8 @@ std::size_t characterEnd(std::string_view text, std::size_t pos) {
     const bool startsWithSpace = text::isWhitespace(first.value);
     for (std::size_t at = pos + first.length; at < clusterEnd;) {
         const text::Scalar scalar = text::decodeAt(text, at);
-        if (isQuoteOrBackslash(scalar.value) || (!startsWithSpace && text::isWhitespace(scalar.value))) {
+        if (isQuoteOrBackslash(scalar.value) ||
+            (!startsWithSpace && text::isWhitespace(scalar.value))) {
             return at;
         }
         at += scalar.length;

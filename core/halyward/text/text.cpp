@@ -18,7 +18,7 @@ std::string mapScalars(std::string_view text, Map map) {
     while (pos < text.size()) {
         unsigned char byte = static_cast<unsigned char>(text[pos]);
         if (byte < 0x80) {
-            out.push_back(static_cast<char>(map(byte)));
+            map(out, byte);
             ++pos;
             continue;
         }
@@ -27,7 +27,7 @@ std::string mapScalars(std::string_view text, Map map) {
             // Keep a stray byte as it is rather than inventing a replacement character.
             out.push_back(text[pos]);
         } else {
-            appendUTF8(out, map(s.value));
+            map(out, s.value);
         }
         pos += s.length;
     }
@@ -37,49 +37,23 @@ std::string mapScalars(std::string_view text, Map map) {
 }  // namespace
 
 Scalar decodeAt(std::string_view text, std::size_t pos) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    unsigned char first = bytes[pos];
+    const auto first = static_cast<unsigned char>(text[pos]);
     if (first < 0x80) return {first, 1};
-    std::size_t need;
-    char32_t value;
-    char32_t minimum;
-    if ((first & 0xE0) == 0xC0) {
-        need = 1; value = first & 0x1F; minimum = 0x80;
-    } else if ((first & 0xF0) == 0xE0) {
-        need = 2; value = first & 0x0F; minimum = 0x800;
-    } else if ((first & 0xF8) == 0xF0) {
-        need = 3; value = first & 0x07; minimum = 0x10000;
-    } else {
-        return {kReplacement, 1};
-    }
-    if (pos + need >= text.size()) return {kReplacement, 1};
-    for (std::size_t i = 1; i <= need; ++i) {
-        unsigned char byte = bytes[pos + i];
-        if (!isContinuation(byte)) return {kReplacement, 1};
-        value = (value << 6) | (byte & 0x3F);
-    }
-    if (value < minimum || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) {
-        return {kReplacement, 1};
-    }
-    return {value, need + 1};
+    // utf8proc refuses overlong forms, surrogates, values beyond U+10FFFF and truncated
+    // sequences, which is exactly when a byte has to stand alone.
+    utf8proc_int32_t value = 0;
+    const utf8proc_ssize_t length =
+        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data() + pos),
+                         static_cast<utf8proc_ssize_t>(text.size() - pos), &value);
+    if (length <= 0) return {kReplacement, 1};
+    return {static_cast<char32_t>(value), static_cast<std::size_t>(length)};
 }
 
-void appendUTF8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
+void appendUTF8(std::string& out, char32_t scalar) {
+    utf8proc_uint8_t bytes[4];
+    const utf8proc_ssize_t length =
+        utf8proc_encode_char(static_cast<utf8proc_int32_t>(scalar), bytes);
+    out.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
 }
 
 std::size_t nextGrapheme(std::string_view text, std::size_t pos) {
@@ -129,28 +103,29 @@ bool isLineBreak(char32_t c) {
 bool isWhitespace(char32_t c) {
     if (c == 0x20 || c == 0x09 || isLineBreak(c)) return true;
     if (c < 0xA0) return false;
-    return c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F ||
-           c == 0x205F || c == 0x3000;
+    return c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F || c == 0x205F ||
+           c == 0x3000;
 }
 
 bool isLetter(char32_t c) {
     if (c < 0x80) return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
     switch (utf8proc_category(static_cast<utf8proc_int32_t>(c))) {
-        case UTF8PROC_CATEGORY_LU: case UTF8PROC_CATEGORY_LL: case UTF8PROC_CATEGORY_LT:
-        case UTF8PROC_CATEGORY_LM: case UTF8PROC_CATEGORY_LO:
-            return true;
-        default:
-            return false;
+        case UTF8PROC_CATEGORY_LU:
+        case UTF8PROC_CATEGORY_LL:
+        case UTF8PROC_CATEGORY_LT:
+        case UTF8PROC_CATEGORY_LM:
+        case UTF8PROC_CATEGORY_LO: return true;
+        default: return false;
     }
 }
 
 bool isNumber(char32_t c) {
     if (c < 0x80) return c >= '0' && c <= '9';
     switch (utf8proc_category(static_cast<utf8proc_int32_t>(c))) {
-        case UTF8PROC_CATEGORY_ND: case UTF8PROC_CATEGORY_NL: case UTF8PROC_CATEGORY_NO:
-            return true;
-        default:
-            return false;
+        case UTF8PROC_CATEGORY_ND:
+        case UTF8PROC_CATEGORY_NL:
+        case UTF8PROC_CATEGORY_NO: return true;
+        default: return false;
     }
 }
 
@@ -195,25 +170,38 @@ std::string_view trimBlanks(std::string_view text) {
 }
 
 std::string lowercased(std::string_view text) {
-    return mapScalars(text, [](char32_t c) -> char32_t {
-        if (c < 0x80) return (c >= 'A' && c <= 'Z') ? c + 32 : c;
-        return static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(c)));
+    return mapScalars(text, [](std::string& out, char32_t c) {
+        if (c < 0x80) {
+            out.push_back(static_cast<char>((c >= 'A' && c <= 'Z') ? c + 32 : c));
+        } else if (c == 0x130) {
+            // The one letter whose unconditional full lower case is two scalars: "i" and
+            // a combining dot above, which keeps the dot the capital carried.
+            out += "i\u0307";
+        } else {
+            appendUTF8(out,
+                       static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(c))));
+        }
     });
 }
 
 std::string uppercased(std::string_view text) {
-    return mapScalars(text, [](char32_t c) -> char32_t {
-        if (c < 0x80) return (c >= 'a' && c <= 'z') ? c - 32 : c;
-        return static_cast<char32_t>(utf8proc_toupper(static_cast<utf8proc_int32_t>(c)));
+    return mapScalars(text, [](std::string& out, char32_t c) {
+        if (c < 0x80) {
+            out.push_back(static_cast<char>((c >= 'a' && c <= 'z') ? c - 32 : c));
+        } else {
+            appendUTF8(out,
+                       static_cast<char32_t>(utf8proc_toupper(static_cast<utf8proc_int32_t>(c))));
+        }
     });
 }
 
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-bool endsWith(std::string_view text, std::string_view suffix) {
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+std::string quoted(std::string_view words) {
+    std::string out;
+    out.reserve(words.size() + 6);
+    out += "\u201C";
+    out += words;
+    out += "\u201D";
+    return out;
 }
 
 }  // namespace halyward::text

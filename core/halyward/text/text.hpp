@@ -50,13 +50,16 @@ std::string_view trim(std::string_view text);
 /// Removes leading and trailing spaces and tabs only.
 std::string_view trimBlanks(std::string_view text);
 
-/// Full Unicode lower-casing, scalar by scalar; invalid bytes are kept as they are.
+/// Full Unicode lower-casing, scalar by scalar: the simple mappings of UnicodeData plus
+/// the unconditional one of SpecialCasing (U+0130 becomes "i" followed by U+0307). The
+/// context-dependent final sigma is not applied: Σ always becomes σ. Invalid bytes are
+/// kept as they are.
 std::string lowercased(std::string_view text);
-/// Full Unicode upper-casing, scalar by scalar; invalid bytes are kept as they are.
+/// Simple Unicode upper-casing, one scalar to one scalar (ß stays ß, ﬁ stays ﬁ); invalid
+/// bytes are kept as they are.
 std::string uppercased(std::string_view text);
 
-/// True when `text` starts (ends) with `prefix` (`suffix`), byte for byte.
-bool startsWith(std::string_view text, std::string_view prefix);
-bool endsWith(std::string_view text, std::string_view suffix);
+/// The user's words set between “ and ”, as every message quotes them.
+std::string quoted(std::string_view words);
 
 }  // namespace halyward::text

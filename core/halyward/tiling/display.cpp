@@ -34,8 +34,8 @@ std::optional<std::int64_t> displayDelta(const TileAction& action) {
     }
 }
 
-DisplayShift displayMove(const Frame& window, const std::vector<Frame>& screens,
-                         std::int64_t delta, double gap) {
+DisplayShift displayMove(const Frame& window, const std::vector<Frame>& screens, std::int64_t delta,
+                         double gap) {
     if (screens.size() < 2) return DisplayShift::onlyOneDisplay();
     const double centreX = window.x + window.width * 0.5;
     const double centreY = window.y + window.height * 0.5;

@@ -60,8 +60,8 @@ std::optional<std::int64_t> displayDelta(const TileAction& action);
 /// the first whose area holds its centre (left and top edges inclusive, right and bottom
 /// exclusive), or the first display when none does. A delta of 0 re-fits the window on
 /// its own display. Fewer than two screens give `onlyOneDisplay`.
-DisplayShift displayMove(const Frame& window, const std::vector<Frame>& screens,
-                         std::int64_t delta, double gap);
+DisplayShift displayMove(const Frame& window, const std::vector<Frame>& screens, std::int64_t delta,
+                         double gap);
 
 /// `window`'s frame on screen `to` when it leaves screen `from`: a window that sits in a
 /// tile of `from` (within 32 points summed over x, y, width and height) gets the same tile

@@ -101,14 +101,14 @@ std::vector<Frame> stack(const Frame& region, std::int64_t count, double gap) {
     std::vector<Frame> rows;
     rows.reserve(static_cast<std::size_t>(count));
     for (std::int64_t i = 0; i < count; ++i) {
-        rows.push_back({region.x, region.y + (g + height) * static_cast<double>(i), region.width,
-                        height});
+        rows.push_back(
+            {region.x, region.y + (g + height) * static_cast<double>(i), region.width, height});
     }
     return rows;
 }
 
-std::vector<Frame> framesForLayout(LayoutKind kind, std::int64_t windowCount,
-                                   const Frame& visible, double gap) {
+std::vector<Frame> framesForLayout(LayoutKind kind, std::int64_t windowCount, const Frame& visible,
+                                   double gap) {
     const std::int64_t count = windowCount > 1 ? windowCount : 1;
     std::vector<Frame> frames;
     frames.reserve(static_cast<std::size_t>(count));

@@ -35,8 +35,8 @@ std::optional<LayoutKind> layoutKindForNumber(std::int64_t number);
 /// first window gets the layout's main tile and the rest share the stack area in equal
 /// rows. The result has max(windowCount, 1) frames, one per window, so a count of 0 or
 /// less still gives the main frame.
-std::vector<Frame> framesForLayout(LayoutKind kind, std::int64_t windowCount,
-                                   const Frame& visible, double gap);
+std::vector<Frame> framesForLayout(LayoutKind kind, std::int64_t windowCount, const Frame& visible,
+                                   double gap);
 
 /// Divides `region` into `count` equal rows from top to bottom with `gap` (at least 0)
 /// between rows but not at the outer edges; each row is at least one point high. A count

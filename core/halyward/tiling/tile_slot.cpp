@@ -20,20 +20,20 @@ struct TileGrid {
 
 const std::array<TileGrid, allTileSlots.size()>& tileGrids() {
     static const std::array<TileGrid, allTileSlots.size()> grids{{
-        {{1, 1}, 0, {1}, 0},        // left-half
-        {{1, 1}, 1, {1}, 0},        // right-half
-        {{1}, 0, {1, 1}, 0},        // top-half
-        {{1}, 0, {1, 1}, 1},        // bottom-half
-        {{1, 1, 1}, 0, {1}, 0},     // left-third
-        {{1, 1, 1}, 1, {1}, 0},     // center-third
-        {{1, 1, 1}, 2, {1}, 0},     // right-third
-        {{2, 1}, 0, {1}, 0},        // left-two-thirds
-        {{1, 2}, 1, {1}, 0},        // right-two-thirds
-        {{1, 1}, 0, {1, 1}, 0},     // top-left
-        {{1, 1}, 1, {1, 1}, 0},     // top-right
-        {{1, 1}, 0, {1, 1}, 1},     // bottom-left
-        {{1, 1}, 1, {1, 1}, 1},     // bottom-right
-        {{1}, 0, {1}, 0},           // fill: computed on its own, never from this row
+        {{1, 1}, 0, {1}, 0},     // left-half
+        {{1, 1}, 1, {1}, 0},     // right-half
+        {{1}, 0, {1, 1}, 0},     // top-half
+        {{1}, 0, {1, 1}, 1},     // bottom-half
+        {{1, 1, 1}, 0, {1}, 0},  // left-third
+        {{1, 1, 1}, 1, {1}, 0},  // center-third
+        {{1, 1, 1}, 2, {1}, 0},  // right-third
+        {{2, 1}, 0, {1}, 0},     // left-two-thirds
+        {{1, 2}, 1, {1}, 0},     // right-two-thirds
+        {{1, 1}, 0, {1, 1}, 0},  // top-left
+        {{1, 1}, 1, {1, 1}, 0},  // top-right
+        {{1, 1}, 0, {1, 1}, 1},  // bottom-left
+        {{1, 1}, 1, {1, 1}, 1},  // bottom-right
+        {{1}, 0, {1}, 0},        // fill: computed on its own, never from this row
     }};
     return grids;
 }

@@ -33,10 +33,10 @@ enum class TileSlot {
 
 /// Every slot in case order, which is also the order of the help text.
 inline constexpr std::array<TileSlot, 14> allTileSlots{
-    TileSlot::leftHalf,      TileSlot::rightHalf,      TileSlot::topHalf,  TileSlot::bottomHalf,
-    TileSlot::leftThird,     TileSlot::centerThird,    TileSlot::rightThird,
-    TileSlot::leftTwoThirds, TileSlot::rightTwoThirds, TileSlot::topLeft,  TileSlot::topRight,
-    TileSlot::bottomLeft,    TileSlot::bottomRight,    TileSlot::fill,
+    TileSlot::leftHalf,       TileSlot::rightHalf,   TileSlot::topHalf,    TileSlot::bottomHalf,
+    TileSlot::leftThird,      TileSlot::centerThird, TileSlot::rightThird, TileSlot::leftTwoThirds,
+    TileSlot::rightTwoThirds, TileSlot::topLeft,     TileSlot::topRight,   TileSlot::bottomLeft,
+    TileSlot::bottomRight,    TileSlot::fill,
 };
 
 std::string_view rawValue(TileSlot slot);

@@ -7,7 +7,8 @@ namespace halyward::detail {
 std::size_t characterEnd(std::string_view text, std::size_t pos) {
     const auto byte = static_cast<unsigned char>(text[pos]);
     if (isASCIIPunctuation(byte)) return pos + 1;
-    if (byte < 0x80 && (pos + 1 >= text.size() || static_cast<unsigned char>(text[pos + 1]) < 0x80)) {
+    if (byte < 0x80 &&
+        (pos + 1 >= text.size() || static_cast<unsigned char>(text[pos + 1]) < 0x80)) {
         return pos + 1;
     }
     const std::size_t end = text::nextGrapheme(text, pos);
@@ -34,7 +35,8 @@ bool isBareKey(std::string_view key) {
     std::size_t pos = 0;
     while (pos < key.size()) {
         const auto byte = static_cast<unsigned char>(key[pos]);
-        if (byte < 0x80 && (pos + 1 >= key.size() || static_cast<unsigned char>(key[pos + 1]) < 0x80)) {
+        if (byte < 0x80 &&
+            (pos + 1 >= key.size() || static_cast<unsigned char>(key[pos + 1]) < 0x80)) {
             if (!(byte == '_' || byte == '-' || !isASCIIPunctuation(byte))) return false;
             ++pos;
             continue;

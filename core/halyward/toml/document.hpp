@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -88,7 +89,8 @@ public:
         return TOMLNode(TOMLHeader{std::move(path), std::move(trailing)});
     }
     static TOMLNode key(TOMLPath table, std::string key, TOMLValue value, std::string trailing) {
-        return TOMLNode(TOMLKey{std::move(table), std::move(key), std::move(value), std::move(trailing)});
+        return TOMLNode(
+            TOMLKey{std::move(table), std::move(key), std::move(value), std::move(trailing)});
     }
 
     Kind kind() const { return static_cast<Kind>(storage_.index()); }
@@ -114,6 +116,8 @@ struct TOMLDocument {
     std::vector<std::pair<std::string, TOMLValue>> pairs(const TOMLPath& path) const;
     /// Paths of the headers one level below `parent`, in order, once per occurrence.
     std::vector<TOMLPath> headers(const TOMLPath& parent) const;
+    /// True when some `key` node of `table` is named `key`.
+    bool hasKey(const TOMLPath& table, std::string_view key) const;
 
     /// Sets `key` in `table`. An existing key keeps its line, place and comment and only
     /// takes the new value (a key written twice in one table gets it on every line, so the
@@ -121,24 +125,38 @@ struct TOMLDocument {
     /// last statement, above the blank lines that lead to the next table; a table without
     /// a header is first created at the end of the document.
     void set(const TOMLPath& table, std::string_view key, TOMLValue value);
+    /// Sets several keys of one table in a single walk over the document, with the result
+    /// a `set` per entry, in order, would give: existing keys change in place (the first
+    /// line of a repeated key takes the key's last value), the others are inserted
+    /// together, in order, where the first new key would go. Tables of many keys (tile
+    /// hotkeys, layouts) would otherwise cost one walk per key.
+    void setKeys(const TOMLPath& table, std::vector<std::pair<std::string, TOMLValue>> entries);
     /// Removes every `key` node of `table` named `key`, with its comment; nothing else.
     void remove(const TOMLPath& table, std::string_view key);
+    /// Removes, in one walk, every `key` node of `table` whose key `keep` rejects.
+    void removeKeysExcept(const TOMLPath& table,
+                          const std::function<bool(const std::string& key)>& keep);
     /// Removes the header equal to `path` and every node up to the next header (its keys
     /// and the blank and comment lines below it), for each occurrence of the header. With
     /// no such header, removes the keys assigned into `path` with dotted keys. Tables
     /// nested below `path` have their own headers and stay.
     void removeTable(const TOMLPath& path);
+    /// Removes every table one level below `parent` that has a header, as `removeTable`
+    /// of each path `headers(parent)` lists would, but in one walk.
+    void removeChildTables(const TOMLPath& parent);
 
     /// Appends `[path]` at the end of the document, after a blank line, unless a header
     /// with this path exists (the root always exists).
     void ensureTable(const TOMLPath& path);
-    /// Where a new key of `path` goes: after the table's last statement or comment, before
-    /// the blank lines that follow it. The node count when the table has no header.
-    std::size_t insertionIndex(const TOMLPath& path) const;
-    /// Steps back from `before` over raw nodes of blank lines only, never below `floor`.
-    std::size_t skipBlank(std::size_t before, std::size_t floor) const;
 
     bool operator==(const TOMLDocument&) const = default;
+
+private:
+    // Where a new key of `path` goes: after the table's last statement or comment, before
+    // the blank lines that follow it. The node count when the table has no header.
+    std::size_t insertionIndex(const TOMLPath& path) const;
+    // Steps back from `before` over raw nodes of blank lines only, never below `floor`.
+    std::size_t skipBlank(std::size_t before, std::size_t floor) const;
 };
 
 namespace TOMLParser {

@@ -77,7 +77,8 @@ public:
 
 private:
     [[noreturn]] void fail(std::string_view message) const {
-        const auto breaks = std::count(text_.begin(), text_.begin() + static_cast<std::ptrdiff_t>(pos_), '\n');
+        const auto breaks =
+            std::count(text_.begin(), text_.begin() + static_cast<std::ptrdiff_t>(pos_), '\n');
         std::string line = "Config line " + std::to_string(breaks + 1) + ": ";
         line += message;
         throw HalywardError::config(std::move(line));
@@ -86,7 +87,9 @@ private:
     bool atEnd() const { return pos_ >= text_.size(); }
     // Only for ASCII punctuation, which always forms a character of its own.
     bool at(char punctuation) const { return pos_ < text_.size() && text_[pos_] == punctuation; }
-    unsigned char byteAt(std::size_t index) const { return static_cast<unsigned char>(text_[index]); }
+    unsigned char byteAt(std::size_t index) const {
+        return static_cast<unsigned char>(text_[index]);
+    }
 
     void skipBlanks() {
         while (pos_ < text_.size() && (text_[pos_] == ' ' || text_[pos_] == '\t')) ++pos_;
@@ -116,7 +119,8 @@ private:
 
     void flush() {
         if (pendingBegin_ != npos && pendingEnd_ > pendingBegin_) {
-            nodes_->push_back(TOMLNode::raw(std::string(text_.substr(pendingBegin_, pendingEnd_ - pendingBegin_))));
+            nodes_->push_back(TOMLNode::raw(
+                std::string(text_.substr(pendingBegin_, pendingEnd_ - pendingBegin_))));
         }
         pendingBegin_ = npos;
     }
@@ -163,7 +167,8 @@ private:
         table.reserve(table_.size() + dotted.size());
         table.insert(table.end(), table_.begin(), table_.end());
         for (auto& part : dotted) table.push_back(std::move(part));
-        nodes_->push_back(TOMLNode::key(std::move(table), std::move(name), std::move(value), std::move(trailing)));
+        nodes_->push_back(TOMLNode::key(std::move(table), std::move(name), std::move(value),
+                                        std::move(trailing)));
     }
 
     // After a header or value: an optional comment, then the line break. Anything else on
@@ -250,13 +255,15 @@ private:
     bool atNumeric() const {
         if (atEnd()) return false;
         const unsigned char byte = byteAt(pos_);
-        if (byte < 0x80 && (pos_ + 1 >= text_.size() || byteAt(pos_ + 1) < 0x80)) return isASCIIDigit(byte);
+        if (byte < 0x80 && (pos_ + 1 >= text_.size() || byteAt(pos_ + 1) < 0x80))
+            return isASCIIDigit(byte);
         return detail::isNumericCharacter(text_, pos_);
     }
 
     void skipNumericRun() {
         while (atNumeric()) {
-            if (isASCIIDigit(byteAt(pos_)) && (pos_ + 1 >= text_.size() || byteAt(pos_ + 1) < 0x80)) {
+            if (isASCIIDigit(byteAt(pos_)) &&
+                (pos_ + 1 >= text_.size() || byteAt(pos_ + 1) < 0x80)) {
                 ++pos_;
             } else {
                 pos_ = detail::characterEnd(text_, pos_);
@@ -365,8 +372,8 @@ private:
 
     void checkNesting(int depth) const {
         if (depth > TOMLParser::maxNesting) {
-            fail("Arrays and inline tables are nested more than " + std::to_string(TOMLParser::maxNesting) +
-                 " levels deep.");
+            fail("Arrays and inline tables are nested more than " +
+                 std::to_string(TOMLParser::maxNesting) + " levels deep.");
         }
     }
 

@@ -1,11 +1,10 @@
-#include <charconv>
-#include <cmath>
-#include <string>
-#include <string_view>
-
+#include "halyward/base/number_text.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/toml/characters.hpp"
 #include "halyward/toml/document.hpp"
+
+#include <string>
+#include <string_view>
 
 namespace halyward {
 
@@ -63,35 +62,6 @@ void appendMultilineString(std::string& into, std::string_view text) {
     into += "\"\"\"";
 }
 
-void appendInteger(std::string& into, std::int64_t value) {
-    char buffer[24];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    into.append(buffer, result.ptr);
-}
-
-bool isWholeInt64(double value) {
-    return value == std::trunc(value) && value >= -9223372036854775808.0 && value < 9223372036854775808.0;
-}
-
-void appendDouble(std::string& into, double value) {
-    if (std::isnan(value)) {
-        into += "nan";
-    } else if (std::isinf(value)) {
-        into += value < 0 ? "-inf" : "inf";
-    } else if (isWholeInt64(value)) {
-        appendInteger(into, static_cast<std::int64_t>(value));
-    } else {
-        // The shortest plain decimal form, never an exponent, which the parser does not
-        // read: at most 309 digits before the point or about 340 after it.
-        char buffer[512];
-        const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
-        const std::string_view written(buffer, static_cast<std::size_t>(result.ptr - buffer));
-        into += written;
-        // Whole values beyond the integer range need a point to read back as doubles.
-        if (written.find('.') == std::string_view::npos) into += ".0";
-    }
-}
-
 void appendKey(std::string& into, std::string_view key) {
     if (detail::isBareKey(key)) {
         into += key;
@@ -113,7 +83,9 @@ void appendValue(std::string& into, const TOMLValue& value) {
         }
         case TOMLValue::Kind::boolean: into += *value.boolValue() ? "true" : "false"; break;
         case TOMLValue::Kind::integer: appendInteger(into, *value.intValue()); break;
-        case TOMLValue::Kind::number: appendDouble(into, *value.doubleValue()); break;
+        case TOMLValue::Kind::number:
+            appendDouble(into, *value.doubleValue(), DoubleNotation::plain);
+            break;
         case TOMLValue::Kind::array: {
             into += '[';
             bool first = true;

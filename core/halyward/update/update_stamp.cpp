@@ -61,9 +61,10 @@ std::string UpdateDisk::formatDate(chrono::system_clock::time_point date) {
     chrono::year_month_day ymd(days);
     chrono::hh_mm_ss time(seconds - days);
     char buffer[96];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(ymd.year()),
-                  static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
-                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+    std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                  static_cast<int>(ymd.year()), static_cast<unsigned>(ymd.month()),
+                  static_cast<unsigned>(ymd.day()), static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()),
                   static_cast<int>(time.seconds().count()));
     return buffer;
 }
@@ -117,14 +118,16 @@ std::optional<chrono::system_clock::time_point> UpdateDisk::parseDate(std::strin
 
     // Four-digit years keep every sum here far inside 64 bits; only the clock's own range
     // (a few centuries around 1970 at nanosecond ticks) needs checking.
-    std::int64_t total = static_cast<std::int64_t>(chrono::sys_days(ymd).time_since_epoch().count()) * 86400 +
-                         hour * 3600 + minute * 60 + second - offsetSeconds;
+    std::int64_t total =
+        static_cast<std::int64_t>(chrono::sys_days(ymd).time_since_epoch().count()) * 86400 +
+        hour * 3600 + minute * 60 + second - offsetSeconds;
     using Clock = chrono::system_clock;
     const std::int64_t limit =
         chrono::duration_cast<chrono::seconds>(Clock::duration::max()).count() - 1;
     if (total > limit || total < -limit) return std::nullopt;
-    return Clock::time_point(chrono::duration_cast<Clock::duration>(chrono::seconds(total)) +
-                             chrono::duration_cast<Clock::duration>(chrono::nanoseconds(nanoseconds)));
+    return Clock::time_point(
+        chrono::duration_cast<Clock::duration>(chrono::seconds(total)) +
+        chrono::duration_cast<Clock::duration>(chrono::nanoseconds(nanoseconds)));
 }
 
 std::optional<UpdateStamp> UpdateDisk::load(std::string_view path) {

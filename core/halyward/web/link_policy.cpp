@@ -31,10 +31,16 @@ bool isSchemeCharacter(unsigned char c) {
 bool neverAllowedRaw(unsigned char c) {
     if (c <= 0x20 || c >= 0x7F) return true;
     switch (c) {
-        case '"': case '<': case '>': case '\\': case '^': case '`': case '{': case '|': case '}':
-            return true;
-        default:
-            return false;
+        case '"':
+        case '<':
+        case '>':
+        case '\\':
+        case '^':
+        case '`':
+        case '{':
+        case '|':
+        case '}': return true;
+        default: return false;
     }
 }
 
@@ -65,7 +71,8 @@ std::string encodeLeniently(std::string_view text) {
     std::size_t schemeEnd = 0;
     if (!stripped.empty() && isSchemeStart(static_cast<unsigned char>(stripped[0]))) {
         std::size_t i = 1;
-        while (i < stripped.size() && isSchemeCharacter(static_cast<unsigned char>(stripped[i]))) ++i;
+        while (i < stripped.size() && isSchemeCharacter(static_cast<unsigned char>(stripped[i])))
+            ++i;
         if (i < stripped.size() && stripped[i] == ':') schemeEnd = i + 1;
     }
     if (stripped.compare(schemeEnd, 2, "//") == 0) authorityStart = schemeEnd + 2;
@@ -98,9 +105,7 @@ std::string encodeLeniently(std::string_view text) {
             } else {
                 appendPercentEncoded(out, c);
             }
-        } else if ((c == '[' || c == ']') && !inAuthority) {
-            appendPercentEncoded(out, c);
-        } else if (neverAllowedRaw(c)) {
+        } else if (((c == '[' || c == ']') && !inAuthority) || neverAllowedRaw(c)) {
             appendPercentEncoded(out, c);
         } else {
             out.push_back(static_cast<char>(c));
@@ -135,7 +140,7 @@ std::optional<std::string> hostOf(const std::optional<boost::urls::url>& url) {
 }
 
 std::string_view withoutWWW(std::string_view host) {
-    return text::startsWith(host, "www.") ? host.substr(4) : host;
+    return host.starts_with("www.") ? host.substr(4) : host;
 }
 
 bool isHTTP(std::string_view scheme) { return scheme == "http" || scheme == "https"; }
@@ -189,8 +194,8 @@ bool hasOAuthQueryName(std::string_view query) {
 }
 
 bool isPathOrSubPath(std::string_view path, std::string_view base) {
-    return path == base || (text::startsWith(path, base) && path.size() > base.size() &&
-                            path[base.size()] == '/');
+    return path == base ||
+           (path.starts_with(base) && path.size() > base.size() && path[base.size()] == '/');
 }
 
 }  // namespace
@@ -224,7 +229,7 @@ bool isBlankNavigation(std::string_view text) {
     const bool whole = text.size() <= kPrefix;
     const std::string lower = text::lowercased(text.substr(0, kPrefix));
     if (whole && (lower == "about:blank" || lower == "about:blank/")) return true;
-    return text::startsWith(lower, "about:blank?") || text::startsWith(lower, "about:blank#");
+    return lower.starts_with("about:blank?") || lower.starts_with("about:blank#");
 }
 
 bool isOffSite(std::string_view appURL, std::string_view targetURL) {
@@ -245,8 +250,7 @@ bool isAuthNavigation(std::string_view text) {
     const std::string path = text::lowercased(url->path());
     const bool codeHosting =
         bareHost == kCodeHostingHost ||
-        (text::endsWith(bareHost, kCodeHostingHost) &&
-         bareHost.size() > kCodeHostingHost.size() &&
+        (bareHost.ends_with(kCodeHostingHost) && bareHost.size() > kCodeHostingHost.size() &&
          bareHost[bareHost.size() - kCodeHostingHost.size() - 1] == '.');
     if (codeHosting && (isPathOrSubPath(path, "/login") || isPathOrSubPath(path, "/sessions"))) {
         return true;

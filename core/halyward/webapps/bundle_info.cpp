@@ -1,5 +1,7 @@
 #include "halyward/webapps/bundle_info.hpp"
 
+#include "halyward/system/unique_fd.hpp"
+
 #include <plist/plist.h>
 
 #include <fcntl.h>
@@ -22,13 +24,6 @@ struct PlistDeleter {
     void operator()(plist_t node) const { plist_free(node); }
 };
 using PlistPtr = std::unique_ptr<void, PlistDeleter>;
-
-struct Descriptor {
-    int fd = -1;
-    ~Descriptor() {
-        if (fd >= 0) ::close(fd);
-    }
-};
 
 }  // namespace
 
@@ -70,17 +65,17 @@ std::optional<BundleInfo> parseBundleInfo(std::string_view bytes) {
 std::optional<BundleInfo> readInfoPlist(const std::filesystem::path& plistFile) {
     // O_NONBLOCK so that a FIFO planted at the path cannot stall the reader; the fstat
     // below then refuses anything that is not a regular file.
-    Descriptor file{::open(plistFile.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)};
-    if (file.fd < 0) return std::nullopt;
+    const UniqueFd file(::open(plistFile.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!file.valid()) return std::nullopt;
     struct stat status {};
-    if (::fstat(file.fd, &status) != 0 || !S_ISREG(status.st_mode) ||
+    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_size > kMaxInfoPlistBytes) {
         return std::nullopt;
     }
     std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t got = ::read(file.fd, bytes.data() + done, bytes.size() - done);
+        const ssize_t got = ::read(file.get(), bytes.data() + done, bytes.size() - done);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) break;
         done += static_cast<std::size_t>(got);

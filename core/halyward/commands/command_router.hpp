@@ -1,0 +1,81 @@
+#pragma once
+/// Runs one parsed command line against the configuration file, the hotkey grammar, the
+/// tile names and the running app, and turns whatever happens into one CommandOutput.
+/// The same router runs in the command-line tool and, behind the control socket, in the
+/// running app; only the CommandContext differs.
+
+#include "halyward/base/command_output.hpp"
+#include "halyward/commands/invocation.hpp"
+#include "halyward/commands/targets.hpp"
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace halyward {
+
+/// Everything a command may touch outside its own arguments. Tests fill it with fakes.
+struct CommandContext {
+    /// The user's home folder, without a trailing slash: the root of every default path.
+    std::string home;
+    /// The configuration file when the invocation has no `--config`; empty means
+    /// `HalywardPaths::configFile(home)`.
+    std::string configPath;
+    /// Where relative folders typed by the user start.
+    std::string workingDirectory;
+    /// Whether `confirm` may be asked; false when nobody is there to answer.
+    bool interactive = false;
+    /// Asks the user a yes/no question; true for yes.
+    std::function<bool(std::string_view question)> confirm;
+    /// Sends the argument list to the running app and returns its output, waiting at most
+    /// `timeoutSeconds`. Set in the command-line tool; absent in the app itself, which runs
+    /// such commands on its own.
+    std::function<CommandOutput(const std::vector<std::string>& arguments, double timeoutSeconds)>
+        sendToApp;
+    /// In the running app: carries out `tile`, `layout save`, `layout apply` and `apply`
+    /// (already checked). Absent when this build has no window manager.
+    std::function<CommandOutput(const Invocation& invocation)> windowCommand;
+    /// Whether a file or folder exists at the path; absent means std::filesystem.
+    std::function<bool(const std::string& path)> pathExists;
+    /// Finds an installed application by name; absent means names resolve only to web
+    /// apps and bundle identifiers.
+    ApplicationLookup findApplication;
+};
+
+/// Parses and runs commands. Never throws: a HalywardError becomes its own output, and
+/// anything else thrown becomes exit status 8 with {"code":"failed"}.
+class CommandRouter {
+public:
+    explicit CommandRouter(CommandContext context);
+
+    /// Parses `arguments` (without the program name) and runs them.
+    CommandOutput run(const std::vector<std::string>& arguments) const;
+
+    /// Runs a parsed invocation. `arguments` is the list it was parsed from, sent unchanged
+    /// when the command goes to the running app. Removals run only with `--yes` or a yes
+    /// from `confirm` when `interactive`; otherwise the output is cancelled("Pass --yes to
+    /// confirm.") and nothing has changed.
+    CommandOutput run(const Invocation& invocation,
+                      const std::vector<std::string>& arguments) const;
+
+    /// The configuration file the invocation works on.
+    std::string configFile(const Invocation& invocation) const;
+
+    /// Whether output for `arguments` should be JSON even when they do not parse: true
+    /// when "--json" stands before any "--" end marker.
+    static bool wantsJSON(const std::vector<std::string>& arguments);
+
+    /// The question asked before a removal.
+    static constexpr std::string_view confirmQuestion = "This removes something. Continue?";
+
+    const CommandContext& context() const { return context_; }
+
+private:
+    CommandOutput dispatch(const Invocation& invocation,
+                           const std::vector<std::string>& arguments) const;
+
+    CommandContext context_;
+};
+
+}  // namespace halyward

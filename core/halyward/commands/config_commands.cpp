@@ -1,0 +1,51 @@
+#include "halyward/commands/internal/command_run.hpp"
+
+#include "halyward/base/error.hpp"
+#include "halyward/commands/doctor.hpp"
+#include "halyward/config/config_json.hpp"
+
+#include <optional>
+
+// The commands that read the configuration as a whole: `layout list`, `config show` and
+// `doctor`.
+
+namespace halyward::commands {
+
+CommandOutput layoutList(const CommandRun& run) {
+    const HalywardConfig config = run.load().decode();
+    JSONArray list;
+    std::string message;
+    for (const Layout& layout : config.layouts) {
+        list.push_back(layoutJSON(layout.name, layout.assignments));
+        if (!message.empty()) message += '\n';
+        message += layout.name + ":";
+        for (const LayoutAssignment& assignment : layout.assignments) {
+            message += " " + assignment.target + " → " + assignment.tile + ";";
+        }
+        if (message.back() == ';') message.pop_back();
+    }
+    if (message.empty())
+        message = "No saved layouts yet. Save one with halyward layout save <name>.";
+    return success(std::move(message), JSONValue(std::move(list)));
+}
+
+CommandOutput configShow(const CommandRun& run) {
+    const ConfigFile file = run.load();
+    std::string message = file.text();
+    while (!message.empty() && message.back() == '\n') message.pop_back();
+    return success(std::move(message), configJSON(file.decode()));
+}
+
+CommandOutput doctor(const CommandRun& run) {
+    std::optional<ConfigFile> file;
+    try {
+        file = run.load();
+    } catch (const HalywardError& error) {
+        return doctorOutput({doctorFinding(error)});
+    }
+    return doctorOutput(
+        doctorFindings(file->decode(), run.appsDirectory(),
+                       [&run](const std::string& path) { return run.exists(path); }));
+}
+
+}  // namespace halyward::commands
