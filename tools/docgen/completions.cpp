@@ -119,6 +119,16 @@ std::string quoted(std::string_view text) {
     return out + "'";
 }
 
+// Single quotes for fish, where a backslash escapes a quote or a backslash even inside them.
+std::string fishQuoted(std::string_view text) {
+    std::string out = "'";
+    for (char c : text) {
+        if (c == '\\' || c == '\'') out += '\\';
+        out += c;
+    }
+    return out + "'";
+}
+
 std::string filled(std::string script, const Grammar& grammar, std::string_view rowPrefix,
                    std::string_view rowSuffix) {
     std::string rows;
@@ -133,7 +143,7 @@ std::string filled(std::string script, const Grammar& grammar, std::string_view 
     fill(script, "@FLAGS@", globalFlags(grammar));
     fill(script, "@VALUED@", valuedOptions(grammar));
     fill(script, "@VALUES_SH@", indented(configValuesSnippet, "  "));
-    fill(script, "@VALUES_QUOTED@", quoted(configValuesSnippet));
+    fill(script, "@VALUES_QUOTED@", fishQuoted(configValuesSnippet));
     return script;
 }
 
@@ -224,7 +234,7 @@ _halyward() {
     m=0
     while ((m < ${#fwa[@]} && m < n)) && [[ ${fwa[m]} == "${words[m]}" ]]; do ((m++)); done
     if ((m == n && n < ${#fwa[@]})); then
-      next+=" ${fwa[n]}"
+      [[ "$next " == *" ${fwa[n]} "* ]] || next+=" ${fwa[n]}"
     elif ((m == ${#fwa[@]})); then
       read -ra fka <<<"$fk"
       ((n - m < ${#fka[@]})) && kinds=${fka[n - m]}
@@ -267,7 +277,7 @@ _halyward_values() {
   case $kind in
     tile) compadd -a _halyward_tiles ;;
     file) _files ;;
-    folder) _files -/ ;;
+    folder) _path_files -/ ;;
     app|chord|layout)
       file=${~_halyward_config:-$HOME/.config/halyward/config.toml}
       [[ -f $file ]] || return 1
@@ -316,7 +326,8 @@ _halyward() {
   fi
 
   local row fw fk fo n=${#typed} m
-  local -a next fwa fka options
+  local -a fwa fka options
+  local -aU next
   local kinds=
   for row in $_halyward_forms; do
     fw=${row%%|*}; row=${row#*|}; fk=${row%%|*}; fo=${row#*|}
@@ -432,11 +443,12 @@ function __halyward_complete
         set -l parts (string split '|' -- $row)
         set -l fwa (string split ' ' -- $parts[1])
         set -l m 0
-        while test $m -lt (count $fwa); and test $m -lt $n; and test "$fwa[(math $m + 1)]" = "$typed[(math $m + 1)]"
-            set m (math $m + 1)
+        for k in (seq (count $fwa))
+            test $k -le $n; and test "$fwa[$k]" = "$typed[$k]"; or break
+            set m $k
         end
         if test $m -eq $n; and test $n -lt (count $fwa)
-            set -a next $fwa[(math $n + 1)]
+            contains -- $fwa[(math $n + 1)] $next; or set -a next $fwa[(math $n + 1)]
         else if test $m -eq (count $fwa)
             set -l fka (string split -n ' ' -- $parts[2])
             set -l k (math $n - $m + 1)
@@ -446,9 +458,7 @@ function __halyward_complete
     end
     if test -z "$dashdash"; and string match -q -- '-*' $cur
         printf '%s\n' $__halyward_flags
-        for option in $options
-            printf -- '--%s\n' (string replace -r ':.*' '' -- $option)
-        end
+        set -q options[1]; and printf '%s\n' --(string replace -r ':.*' '' -- $options)
     else if set -q next[1]
         printf '%s\n' $next
     else if test -n "$kinds"
