@@ -38,6 +38,27 @@ endif()
 install(FILES "${PROJECT_SOURCE_DIR}/doc/copyright"
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 
+set(HALYWARD_PACKAGE_MAINTAINER "Halyward developers <developers@halyward.example>"
+    CACHE STRING "The Maintainer field of the Debian package and its changelog")
+# Debian's policy wants a compressed changelog beside the copyright; its date follows
+# SOURCE_DATE_EPOCH when it is set, so the package builds reproducibly.
+string(TIMESTAMP _halyward_changelog_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+file(READ "${PROJECT_SOURCE_DIR}/doc/changelog.in" _halyward_changelog)
+string(REPLACE "@VERSION@" "${PROJECT_VERSION}" _halyward_changelog "${_halyward_changelog}")
+string(REPLACE "@MAINTAINER@" "${HALYWARD_PACKAGE_MAINTAINER}" _halyward_changelog "${_halyward_changelog}")
+string(REPLACE "@DATE@" "${_halyward_changelog_date}" _halyward_changelog "${_halyward_changelog}")
+file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/doc/changelog" CONTENT "${_halyward_changelog}" @ONLY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/doc/changelog.in")
+find_program(HALYWARD_GZIP gzip REQUIRED)
+add_custom_command(
+  OUTPUT "${PROJECT_BINARY_DIR}/doc/changelog.gz"
+  COMMAND ${HALYWARD_GZIP} -9nkf "${PROJECT_BINARY_DIR}/doc/changelog"
+  DEPENDS "${PROJECT_BINARY_DIR}/doc/changelog"
+  VERBATIM)
+add_custom_target(halyward_changelog ALL DEPENDS "${PROJECT_BINARY_DIR}/doc/changelog.gz")
+install(FILES "${PROJECT_BINARY_DIR}/doc/changelog.gz"
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+
 # The library: every module, the halyward::core umbrella, and the warnings target the
 # modules link privately (a static library's private links travel with it).
 get_property(_halyward_modules GLOBAL PROPERTY HALYWARD_MODULES)
@@ -77,13 +98,11 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME halyward)
 set(CPACK_PACKAGE_VENDOR "Halyward")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(HALYWARD_PACKAGE_MAINTAINER "Halyward developers <developers@halyward.example>"
-    CACHE STRING "The Maintainer field of the Debian package")
 set(CPACK_PACKAGE_CONTACT "${HALYWARD_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "keyboard-driven tiling window manager and web-app maker")
+# CPack puts the summary on the Description line itself; this is the extended text.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "keyboard-driven tiling window manager and web-app maker\n\
-Halyward tiles windows with keyboard chords, binds hotkeys to applications,\n\
+    "Halyward tiles windows with keyboard chords, binds hotkeys to applications,\n\
 saves and applies layouts, and turns any web site into a stand-alone web app\n\
 with its own window and website data.\n\
 .\n\
