@@ -60,8 +60,7 @@ TEST(docgen_grammar, reads_every_usage_line_and_what_its_words_mean) {
               std::vector{ValueKind::appHotkey});
     EXPECT_EQ(form(grammar, {"tile"}).positionalKinds,
               (std::vector{ValueKind::none, ValueKind::tile}));
-    EXPECT_EQ(form(grammar, {"skill", "install"}).positionalKinds,
-              std::vector{ValueKind::folder});
+    EXPECT_EQ(form(grammar, {"skill", "install"}).positionalKinds, std::vector{ValueKind::folder});
     EXPECT_FALSE(form(grammar, {"skill", "paths"}).inHelp);
     EXPECT_EQ(grammar.tiles.size(), 14u);
     ASSERT_EQ(grammar.globals.size(), 4u);
@@ -93,9 +92,11 @@ TEST(docgen_man_page, refuses_a_template_that_disagrees_with_the_command_line) {
     EXPECT_NE(page.find(".B 7\n"), std::string::npos);
 
     std::string withoutDoctor = blocks;
-    withoutDoctor.erase(withoutDoctor.find("== doctor\n"), std::string("== doctor\nDoes doctor.\n").size());
+    withoutDoctor.erase(withoutDoctor.find("== doctor\n"),
+                        std::string("== doctor\nDoes doctor.\n").size());
     EXPECT_THROW(manPage(grammar, head + withoutDoctor, "d"), std::runtime_error);
     EXPECT_THROW(manPage(grammar, head + blocks + "== app rename\nNo.\n", "d"), std::runtime_error);
-    EXPECT_THROW(manPage(grammar, head + blocks + "== --frameless\nNo.\n", "d"), std::runtime_error);
+    EXPECT_THROW(manPage(grammar, head + blocks + "== --frameless\nNo.\n", "d"),
+                 std::runtime_error);
     EXPECT_THROW(manPage(grammar, blocks, "d"), std::runtime_error);
 }

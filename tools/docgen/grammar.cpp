@@ -131,9 +131,8 @@ void probeOptions(CommandForm& form) {
             // Leaving out a required option fails; the option is then certainly used.
             used = true;
         }
-        const auto shown =
-            std::find_if(form.shownOptions.begin(), form.shownOptions.end(),
-                         [&](const Option& option) { return option.name == name; });
+        const auto shown = std::find_if(form.shownOptions.begin(), form.shownOptions.end(),
+                                        [&](const Option& option) { return option.name == name; });
         if (shown != form.shownOptions.end() && !used) {
             throw std::runtime_error("“" + form.usage + "” shows --" + std::string(name) +
                                      ", which the parser ignores for it");
@@ -142,8 +141,8 @@ void probeOptions(CommandForm& form) {
         if (shown != form.shownOptions.end()) {
             form.options.push_back(*shown);
         } else {
-            form.options.push_back(Option{std::string(name), "<" + std::string(name) + ">",
-                                          optionKind(name)});
+            form.options.push_back(
+                Option{std::string(name), "<" + std::string(name) + ">", optionKind(name)});
         }
     }
 }
@@ -176,7 +175,8 @@ Grammar readGrammar() {
             global.option.name = words[0].substr(2);
             global.option.kind = optionKind(global.option.name);
             std::size_t used = 1;
-            if (words.size() > 1 && startsWith(words[1], "<")) global.option.placeholder = words[used++];
+            if (words.size() > 1 && startsWith(words[1], "<"))
+                global.option.placeholder = words[used++];
             for (std::size_t w = used; w < words.size(); ++w) {
                 global.description += (w > used ? " " : "") + words[w];
             }
@@ -192,8 +192,7 @@ Grammar readGrammar() {
     // Commands the parser knows that the help text leaves out on purpose, to keep it
     // short; `ping` stays undocumented, since only the control protocol uses it.
     for (std::string_view usage : {"help", "version", "config apply", "skill paths",
-                                   "skill install <folder>",
-                                   "skill uninstall <folder> --yes"}) {
+                                   "skill install <folder>", "skill uninstall <folder> --yes"}) {
         grammar.commands.push_back(readUsage(usage, false));
     }
     for (CommandForm& form : grammar.commands) probeOptions(form);

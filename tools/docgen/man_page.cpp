@@ -57,7 +57,7 @@ std::string roff(std::string_view text) {
         } else if (text.substr(i, 3) == "›") {
             out += "\\[u203A]";
             i += 2;
-        } else if (c == '\'' ) {
+        } else if (c == '\'') {
             out += "\\(aq";
         } else {
             out += c;
@@ -143,9 +143,8 @@ std::string manPage(const Grammar& grammar, std::string_view templateText, std::
         commands += ".TP\n" + usageRoff(form) + "\n" + describe(commandKey(form));
         std::string more;
         for (const Option& option : form.options) {
-            const bool shown = std::any_of(
-                form.shownOptions.begin(), form.shownOptions.end(),
-                [&](const Option& s) { return s.name == option.name; });
+            const bool shown = std::any_of(form.shownOptions.begin(), form.shownOptions.end(),
+                                           [&](const Option& s) { return s.name == option.name; });
             if (shown) continue;
             more += std::string(more.empty() ? "" : ", ") + "\\fB\\-\\-" + roff(option.name) +
                     "\\fR \\fI" + roff(option.placeholder) + "\\fR";
@@ -157,15 +156,17 @@ std::string manPage(const Grammar& grammar, std::string_view templateText, std::
     std::string options;
     for (const GlobalOption& global : grammar.globals) {
         options += ".TP\n\\fB\\-\\-" + roff(global.option.name) + "\\fR";
-        if (!global.option.placeholder.empty()) options += " \\fI" + roff(global.option.placeholder) + "\\fR";
+        if (!global.option.placeholder.empty())
+            options += " \\fI" + roff(global.option.placeholder) + "\\fR";
         options += "\n" + roff(global.description) + ".\n";
     }
     options += ".TP\n\\fB\\-\\-help\\fR, \\fB\\-h\\fR\n" + describe("--help");
     options += ".TP\n\\fB\\-\\-version\\fR\n" + describe("--version");
     options += ".TP\n\\fB\\-\\-\\fR\n" + describe("--");
     for (std::string_view name : CommandParser::optionNames) {
-        const bool global = std::any_of(grammar.globals.begin(), grammar.globals.end(),
-                                        [&](const GlobalOption& g) { return g.option.name == name; });
+        const bool global =
+            std::any_of(grammar.globals.begin(), grammar.globals.end(),
+                        [&](const GlobalOption& g) { return g.option.name == name; });
         if (global) continue;
         std::string placeholder = "<" + std::string(name) + ">";
         std::string users;
@@ -173,7 +174,8 @@ std::string manPage(const Grammar& grammar, std::string_view templateText, std::
             for (const Option& option : form.options) {
                 if (option.name != name) continue;
                 placeholder = option.placeholder;
-                users += std::string(users.empty() ? "" : ", ") + "\\fB" + roff(commandKey(form)) + "\\fR";
+                users += std::string(users.empty() ? "" : ", ") + "\\fB" + roff(commandKey(form)) +
+                         "\\fR";
             }
         }
         options += ".TP\n\\fB\\-\\-" + roff(name) + "\\fR \\fI" + roff(placeholder) + "\\fR\n" +
@@ -182,14 +184,16 @@ std::string manPage(const Grammar& grammar, std::string_view templateText, std::
     }
     for (const auto& [key, text] : described) {
         if (!used.count(key)) {
-            throw std::runtime_error("the page describes " + key + ", which the command line lacks");
+            throw std::runtime_error("the page describes " + key +
+                                     ", which the command line lacks");
         }
     }
 
     std::string exit;
     for (const ExitStatus& status : exitStatuses) {
         exit += ".TP\n.B " + std::to_string(status.value) + "\n" + roff(status.meaning);
-        if (!status.code.empty()) exit += " Its code in \\fB\\-\\-json\\fR output is \\fB" + roff(status.code) + "\\fR.";
+        if (!status.code.empty())
+            exit += " Its code in \\fB\\-\\-json\\fR output is \\fB" + roff(status.code) + "\\fR.";
         exit += "\n";
     }
 
