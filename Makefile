@@ -3,8 +3,9 @@
 CMAKE ?= cmake
 CTEST ?= ctest
 FUZZ_SECONDS ?= 20
+PREFIX ?= $(HOME)/.local
 
-.PHONY: all deps build test asan fuzz bench demo tour tidy format clean
+.PHONY: all deps build test asan fuzz bench demo tour tidy format clean release install uninstall package
 
 all: build
 
@@ -32,6 +33,22 @@ bench: deps
 	$(CMAKE) --preset release
 	$(CMAKE) --build --preset release
 	scripts/run-benchmarks build/release
+
+release: deps
+	$(CMAKE) --preset release
+	$(CMAKE) --build --preset release
+
+# Into ~/.local unless PREFIX says otherwise. The files are staged and checked first, so a
+# prefix that can't be written or holds another package's files is refused untouched.
+install: release
+	scripts/install-prefix build/release "$(PREFIX)"
+
+uninstall:
+	scripts/install-prefix --uninstall "$(PREFIX)"
+
+# The Debian package of the release build, in build/release/package/.
+package: release
+	cd build/release && cpack -G DEB
 
 # Makes a web app of the demo site in demo/site and opens it (under Xvfb without a display).
 demo: build

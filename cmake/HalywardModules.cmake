@@ -10,6 +10,10 @@ pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+# The webapps module signs what it copies into bundles with SHA-256 digests.
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+# 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).
+find_package(CURL 7.85 REQUIRED)
 
 if(NOT TARGET halyward_warnings)
   add_library(halyward_warnings INTERFACE)

@@ -1,0 +1,271 @@
+#include "halyward/webapps/bundle_plan.hpp"
+
+#include "halyward/base/error.hpp"
+#include "halyward/base/json.hpp"
+#include "halyward/text/text.hpp"
+#include "halyward/webapps/address_text.hpp"
+
+#include <openssl/evp.h>
+#include <uuid/uuid.h>
+
+#if defined(__APPLE__)
+#include <mach-o/dyld.h>
+#endif
+
+#include <cstdio>
+#include <system_error>
+
+namespace halyward {
+
+namespace {
+
+// Real addresses of web apps are short; the limit keeps a pasted blob out of Info.plist
+// and the configuration file while leaving room for long sign-in query strings.
+constexpr std::size_t kMaxURLBytes = 8192;
+// Well below the 255-byte file-name limit of common file systems, leaving room for ".app".
+constexpr std::size_t kMaxNameBytes = 200;
+
+std::string xmlEscaped(std::string_view value) {
+    std::string out;
+    out.reserve(value.size());
+    for (const char c : value) {
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            default: out += c;
+        }
+    }
+    return out;
+}
+
+bool isValidUTF8(std::string_view text) {
+    for (std::size_t pos = 0; pos < text.size();) {
+        const text::Scalar scalar = text::decodeAt(text, pos);
+        if (scalar.value == U'\uFFFD' && text.substr(pos, 3) != "\xEF\xBF\xBD") return false;
+        pos += scalar.length;
+    }
+    return true;
+}
+
+bool hasLineBreakOrControl(std::string_view text) {
+    for (std::size_t pos = 0; pos < text.size();) {
+        const text::Scalar scalar = text::decodeAt(text, pos);
+        if (scalar.value < 0x20 || scalar.value == 0x7F || text::isLineBreak(scalar.value)) {
+            return true;
+        }
+        pos += scalar.length;
+    }
+    return false;
+}
+
+}  // namespace
+
+UUID UUID::random() {
+    UUID id;
+    uuid_generate_random(id.bytes.data());
+    return id;
+}
+
+std::optional<UUID> UUID::parse(std::string_view text) {
+    if (text.size() != 36) return std::nullopt;
+    char buffer[37];
+    text.copy(buffer, 36);
+    buffer[36] = '\0';
+    UUID id;
+    if (uuid_parse(buffer, id.bytes.data()) != 0) return std::nullopt;
+    return id;
+}
+
+std::string UUID::uuidString() const {
+    char text[37];
+    uuid_unparse_upper(bytes.data(), text);
+    return text;
+}
+
+std::string validatedWebURL(std::string_view text) {
+    const std::string_view trimmed = text::trim(text);
+    if (trimmed.size() > kMaxURLBytes) {
+        throw HalywardError::usage("“" + detail::quotable(trimmed, 60) + "” is too long for an " +
+                                   "app's address (" + std::to_string(trimmed.size()) +
+                                   " bytes; at most " + std::to_string(kMaxURLBytes) + ").");
+    }
+    const auto refuse = [&] {
+        return HalywardError::usage("“" + detail::quotable(text, kMaxURLBytes) +
+                                    "” needs to be an http or https address.");
+    };
+    if (detail::hasControlCharacter(trimmed)) throw refuse();
+    const auto url = detail::parseAddress(trimmed);
+    if (!url || !url->has_scheme()) throw refuse();
+    const std::string scheme = text::lowercased(url->scheme());
+    if ((scheme != "http" && scheme != "https") || !url->has_authority() ||
+        url->encoded_host().empty()) {
+        throw refuse();
+    }
+    return std::string(url->buffer());
+}
+
+std::string validatedAppName(std::string_view name) {
+    const std::string_view trimmed = text::trim(name);
+    const auto refuse = [&](std::string_view why) {
+        return HalywardError::usage("“" + detail::quotable(trimmed, 60) +
+                                    "” cannot be an app name: " + std::string(why) + ".");
+    };
+    if (trimmed.empty()) throw HalywardError::usage("An app needs a name.");
+    if (!isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
+    if (hasLineBreakOrControl(trimmed)) throw refuse("it holds a line break or control character");
+    if (trimmed.find('/') != std::string_view::npos) throw refuse("it holds a “/”");
+    if (trimmed.front() == '.') throw refuse("it starts with “.”");
+    if (trimmed.size() > kMaxNameBytes) {
+        throw refuse("it is longer than " + std::to_string(kMaxNameBytes) + " bytes");
+    }
+    return std::string(trimmed);
+}
+
+std::string slugify(std::string_view name) {
+    const std::string lower = text::lowercased(name);
+    std::string slug;
+    bool skipped = false;
+    for (std::size_t pos = 0; pos < lower.size();) {
+        const text::Scalar scalar = text::decodeAt(lower, pos);
+        // Invalid bytes decode as U+FFFD, which is neither a letter nor a number.
+        if (text::isLetterOrNumber(scalar.value)) {
+            if (skipped && !slug.empty()) slug += '-';
+            slug.append(lower, pos, scalar.length);
+            skipped = false;
+        } else {
+            skipped = true;
+        }
+        pos += scalar.length;
+    }
+    return slug.empty() ? "app" : slug;
+}
+
+std::string bundleIdentifier(std::string_view slug) {
+    return "app.halyward.web." + std::string(slug);
+}
+
+std::filesystem::path webHostExecutable(const std::filesystem::path& bundlePath) {
+    return bundlePath / "Contents" / "MacOS" / "HalywardWebHost";
+}
+
+WebAppBundlePlan::WebAppBundlePlan(std::string name, std::string slug, std::string url,
+                                   std::string bundleIdentifier, UUID dataStoreIdentifier,
+                                   const std::filesystem::path& folder)
+    : name(std::move(name)),
+      slug(std::move(slug)),
+      url(std::move(url)),
+      bundleIdentifier(std::move(bundleIdentifier)),
+      dataStoreIdentifier(dataStoreIdentifier) {
+    validatedAppName(this->name);
+    bundlePath = folder / (this->name + ".app");
+}
+
+std::string WebAppBundlePlan::infoPlist() const {
+    const std::pair<std::string_view, std::string_view> strings[] = {
+        {"CFBundleDevelopmentRegion", "en"},
+        {"CFBundleExecutable", executableName()},
+        {"CFBundleIconFile", "AppIcon"},
+        {"CFBundleIdentifier", bundleIdentifier},
+        {"CFBundleInfoDictionaryVersion", "6.0"},
+        {"CFBundleName", name},
+        {"CFBundleDisplayName", name},
+        {"CFBundlePackageType", "APPL"},
+        {"CFBundleShortVersionString", HalywardVersion::current},
+        {"CFBundleVersion", "1"},
+        {"LSMinimumSystemVersion", "14.0"},
+    };
+    std::string out =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+        "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+        "<plist version=\"1.0\">\n"
+        "<dict>\n";
+    const auto entry = [&](std::string_view key, std::string_view valueLine) {
+        out += "  <key>";
+        out += key;
+        out += "</key>\n  ";
+        out += valueLine;
+        out += '\n';
+    };
+    const auto string = [](std::string_view value) {
+        return "<string>" + xmlEscaped(value) + "</string>";
+    };
+    for (const auto& [key, value] : strings) entry(key, string(value));
+    entry("NSHighResolutionCapable", "<true/>");
+    entry("NSPrincipalClass", string("NSApplication"));
+    entry("HWSlug", string(slug));
+    entry("HWURL", string(url));
+    entry("HWDataStoreUUID", "<string>" + dataStoreIdentifier.uuidString() + "</string>");
+    out += "</dict>\n</plist>";
+    return out;
+}
+
+std::string WebAppBundlePlan::stubJSON() const {
+    return JSONValue(JSONObject{{"slug", slug},
+                                {"name", name},
+                                {"bundleIdentifier", bundleIdentifier},
+                                {"dataStore", dataStoreIdentifier.uuidString()}})
+        .canonicalString();
+}
+
+std::string hostDigest(std::string_view bytes) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_sha256(), nullptr) != 1) {
+        throw HalywardError::failed("Halyward can't compute a SHA-256 digest.");
+    }
+    std::string hex;
+    hex.reserve(length * 2);
+    for (unsigned int i = 0; i < length; ++i) {
+        char pair[3];
+        std::snprintf(pair, sizeof pair, "%02x", digest[i]);
+        hex += pair;
+    }
+    return hex;
+}
+
+HostRefresh hostRefresh(const std::optional<std::string>& embeddedDigest,
+                        std::string_view currentDigest, bool running) {
+    if (embeddedDigest && *embeddedDigest == currentDigest) return HostRefresh::current;
+    return running ? HostRefresh::waitUntilQuit : HostRefresh::refresh;
+}
+
+std::vector<std::string> codesignArguments(std::string_view bundlePath,
+                                           std::string_view identifier) {
+    return {"/usr/bin/codesign", "--force",          "--sign",
+            "-",                 "--identifier",     std::string(identifier),
+            std::string(bundlePath)};
+}
+
+std::optional<std::filesystem::path> locateWebHost(const std::filesystem::path& halywardExecutable) {
+    const std::filesystem::path folder = halywardExecutable.parent_path();
+    for (const std::filesystem::path& candidate :
+         {folder / "HalywardWebHost", folder / ".." / "libexec" / "halyward" / "HalywardWebHost"}) {
+        std::error_code error;
+        if (std::filesystem::is_regular_file(candidate, error)) return candidate.lexically_normal();
+    }
+    return std::nullopt;
+}
+
+std::optional<std::filesystem::path> runningExecutable() {
+#if defined(__APPLE__)
+    std::uint32_t size = 0;
+    _NSGetExecutablePath(nullptr, &size);
+    std::string buffer(size, '\0');
+    if (_NSGetExecutablePath(buffer.data(), &size) != 0) return std::nullopt;
+    buffer.resize(std::char_traits<char>::length(buffer.c_str()));
+    std::error_code error;
+    auto resolved = std::filesystem::canonical(buffer, error);
+    if (error) return std::filesystem::path(buffer);
+    return resolved;
+#else
+    std::error_code error;
+    auto resolved = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return std::nullopt;
+    return resolved;
+#endif
+}
+
+}  // namespace halyward

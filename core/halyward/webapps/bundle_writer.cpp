@@ -1,0 +1,263 @@
+#include "halyward/webapps/bundle_writer.hpp"
+
+#include "halyward/base/error.hpp"
+#include "halyward/system/atomic_file.hpp"
+#include "halyward/webapps/bundle_info.hpp"
+#include "halyward/webapps/desktop_entry.hpp"
+#include "halyward/webapps/icns.hpp"
+
+#include <openssl/evp.h>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <system_error>
+
+extern char** environ;
+
+namespace halyward::WebBundleWriter {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint16_t kFileMode = 0644;
+constexpr fs::perms kExecutableMode = static_cast<fs::perms>(0755);
+
+[[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
+    throw HalywardError::failed("Halyward can't write “" + path.string() + "”: " +
+                                error.message() + ".");
+}
+
+// A hidden, unique name in the same folder as `path`, so a rename never crosses volumes.
+fs::path siblingTemporary(const fs::path& path) {
+    return path.parent_path() / (".halyward-" + UUID::random().uuidString() + ".tmp");
+}
+
+// Removes a half-built folder unless the build went through.
+class Scaffold {
+public:
+    explicit Scaffold(fs::path path) : path_(std::move(path)) {}
+    Scaffold(const Scaffold&) = delete;
+    Scaffold& operator=(const Scaffold&) = delete;
+    ~Scaffold() {
+        std::error_code ignored;
+        if (!kept_) fs::remove_all(path_, ignored);
+    }
+    const fs::path& path() const { return path_; }
+    void keep() { kept_ = true; }
+
+private:
+    fs::path path_;
+    bool kept_ = false;
+};
+
+void createFolders(const fs::path& path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (error) fail(path, error);
+}
+
+void writeDetails(const fs::path& bundle, const WebAppBundlePlan& plan) {
+    AtomicFile::write(plan.infoPlist(), (bundle / "Contents" / "Info.plist").string(), kFileMode);
+    AtomicFile::write(plan.stubJSON(), (bundle / "Contents" / "Resources" / "stub.json").string(),
+                      kFileMode);
+}
+
+// Copies the host executable to a temporary name beside `target`, makes it executable and
+// renames it over `target`, so a running app or a reader never sees a partial file.
+void placeHost(const fs::path& hostBinary, const fs::path& target) {
+    std::error_code error;
+    if (!fs::is_regular_file(hostBinary, error)) {
+        throw HalywardError::failed("Halyward can't find the web-app host at “" +
+                                    hostBinary.string() + "”.");
+    }
+    const fs::path temporary = siblingTemporary(target);
+    const auto cleanUp = [&] {
+        std::error_code ignored;
+        fs::remove(temporary, ignored);
+    };
+    if (!fs::copy_file(hostBinary, temporary, fs::copy_options::overwrite_existing, error)) {
+        cleanUp();
+        fail(target, error);
+    }
+    fs::permissions(temporary, kExecutableMode, fs::perm_options::replace, error);
+    if (!error) fs::rename(temporary, target, error);
+    if (error) {
+        cleanUp();
+        fail(target, error);
+    }
+}
+
+void checkIcons(const std::optional<std::vector<std::uint8_t>>& icon,
+                const std::optional<std::vector<std::uint8_t>>& pngIcon) {
+    if ((icon && icon->empty()) || (pngIcon && pngIcon->empty())) {
+        throw HalywardError::usage("The app's icon is empty (0 bytes).");
+    }
+    if (pngIcon && !isPNG(*pngIcon)) {
+        throw HalywardError::usage("The app's icon needs to be a PNG image.");
+    }
+}
+
+// Puts the finished bundle at `target`. An old bundle there is first moved aside to a
+// hidden name and deleted only once the new one is in place; should the second rename
+// fail, the old bundle is moved back.
+void swapIntoPlace(const fs::path& staged, const fs::path& target) {
+    std::error_code error;
+    const bool replacing = fs::symlink_status(target, error).type() != fs::file_type::not_found;
+    if (!replacing) {
+        fs::rename(staged, target, error);
+        if (error) fail(target, error);
+        return;
+    }
+    const fs::path old = siblingTemporary(target);
+    fs::rename(target, old, error);
+    if (error) fail(target, error);
+    fs::rename(staged, target, error);
+    if (error) {
+        std::error_code ignored;
+        fs::rename(old, target, ignored);
+        fail(target, error);
+    }
+    fs::remove_all(old, error);  // a leftover hidden folder is harmless
+}
+
+}  // namespace
+
+std::optional<std::string> digest(const fs::path& ofFile) {
+    std::ifstream in(ofFile, std::ios::binary);
+    if (!in) return std::nullopt;
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                         &EVP_MD_CTX_free);
+    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {
+        return std::nullopt;
+    }
+    char buffer[1 << 16];
+    while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
+        EVP_DigestUpdate(context.get(), buffer, static_cast<std::size_t>(in.gcount()));
+    }
+    if (in.bad()) return std::nullopt;
+    unsigned char value[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_DigestFinal_ex(context.get(), value, &length) != 1) return std::nullopt;
+    std::string hex;
+    for (unsigned int i = 0; i < length; ++i) {
+        char pair[3];
+        std::snprintf(pair, sizeof pair, "%02x", value[i]);
+        hex += pair;
+    }
+    return hex;
+}
+
+void install(const WebAppBundlePlan& plan, const fs::path& hostBinary,
+             const std::optional<std::vector<std::uint8_t>>& icon, std::string_view home,
+             const std::optional<std::vector<std::uint8_t>>& pngIcon) {
+    validatedAppName(plan.name);
+    // The plan's fields are public; make sure an edited path still names one bundle folder
+    // inside the apps folder before anything is written.
+    if (plan.bundlePath.filename() != plan.name + ".app") {
+        throw HalywardError::usage("“" + plan.bundlePath.string() + "” is not a bundle path for the app “" +
+                                   plan.name + "”.");
+    }
+    checkIcons(icon, pngIcon);
+    const fs::path target = plan.bundlePath;
+    createFolders(target.parent_path());
+
+    Scaffold staging(siblingTemporary(target));
+    const fs::path resources = staging.path() / "Contents" / "Resources";
+    createFolders(staging.path() / "Contents" / "MacOS");
+    createFolders(resources);
+    writeDetails(staging.path(), plan);
+    if (icon) AtomicFile::write(*icon, (resources / "AppIcon.icns").string(), kFileMode);
+    if (pngIcon) AtomicFile::write(*pngIcon, (resources / "AppIcon.png").string(), kFileMode);
+    placeHost(hostBinary, webHostExecutable(staging.path()));
+    swapIntoPlace(staging.path(), target);
+    staging.keep();
+
+    signAndRegister(target, plan.bundleIdentifier, home);
+}
+
+void refreshDetails(const fs::path& at, const WebAppBundlePlan& plan, std::string_view home) {
+    std::error_code error;
+    if (!fs::is_directory(at / "Contents", error)) return;
+    createFolders(at / "Contents" / "Resources");
+    writeDetails(at, plan);
+    signAndRegister(at, plan.bundleIdentifier, home);
+}
+
+void refreshHost(const fs::path& at, const fs::path& hostBinary, std::string_view identifier,
+                 std::string_view home) {
+    std::error_code error;
+    if (!fs::is_directory(at / "Contents", error)) return;
+    const fs::path executable = webHostExecutable(at);
+    createFolders(executable.parent_path());
+    placeHost(hostBinary, executable);
+    signAndRegister(at, identifier, home);
+}
+
+std::optional<std::string> bundleIdentifier(const fs::path& at) {
+    const auto info = readBundleInfo(at);
+    if (!info) return std::nullopt;
+    return info->string("CFBundleIdentifier");
+}
+
+void remove(const fs::path& bundlePath, std::string_view home) {
+    std::error_code error;
+    fs::remove_all(bundlePath, error);
+    if (error) {
+        throw HalywardError::failed("Halyward can't remove “" + bundlePath.string() + "”: " +
+                                    error.message() + ".");
+    }
+#if !defined(__APPLE__)
+    removeDesktopEntries(home, bundlePath);
+#else
+    (void)home;
+#endif
+}
+
+void signAndRegister(const fs::path& bundlePath, std::string_view identifier,
+                     std::string_view home) {
+#if defined(__APPLE__)
+    (void)home;
+    const std::vector<std::string> codesign = codesignArguments(bundlePath.string(), identifier);
+    run(codesign.front(), {codesign.begin() + 1, codesign.end()});
+    run("/System/Library/Frameworks/CoreServices.framework/Frameworks/LaunchServices.framework/"
+        "Support/lsregister",
+        {"-f", bundlePath.string()});
+#else
+    (void)identifier;  // the entry takes the identifier from the bundle's own Info.plist
+    installDesktopEntry(home, bundlePath);
+#endif
+}
+
+std::optional<int> run(const std::string& executable, const std::vector<std::string>& arguments) {
+    posix_spawn_file_actions_t actions;
+    if (posix_spawn_file_actions_init(&actions) != 0) return std::nullopt;
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(executable.c_str()));
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+
+    pid_t child = 0;
+    const int started = posix_spawnp(&child, executable.c_str(), &actions, nullptr, argv.data(),
+                                     environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (started != 0) return std::nullopt;
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return std::nullopt;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace halyward::WebBundleWriter

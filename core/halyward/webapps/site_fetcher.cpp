@@ -1,0 +1,179 @@
+#include "halyward/webapps/site_fetcher.hpp"
+
+#include "halyward/base/error.hpp"
+#include "halyward/text/text.hpp"
+#include "halyward/webapps/icns.hpp"
+#include "halyward/webapps/site_icons.hpp"
+
+#include <curl/curl.h>
+
+#include <set>
+
+namespace halyward {
+
+namespace {
+
+// A page announcing dozens of broken icons must not keep `app add` waiting for dozens of
+// time-outs; real sites have a handful of candidates and the first few are the best.
+constexpr std::size_t kMaxIconAttempts = 6;
+
+struct Transfer {
+    std::vector<std::uint8_t>* body;
+    std::size_t maxBytes;
+    bool truncated = false;
+};
+
+std::size_t receive(char* data, std::size_t size, std::size_t count, void* context) {
+    auto& transfer = *static_cast<Transfer*>(context);
+    const std::size_t length = size * count;
+    const std::size_t room = transfer.maxBytes - transfer.body->size();
+    if (length > room) {
+        // Keep what fits, then answer short so that curl stops the transfer at once.
+        transfer.body->insert(transfer.body->end(), data, data + room);
+        transfer.truncated = true;
+        return room;
+    }
+    transfer.body->insert(transfer.body->end(), data, data + length);
+    return length;
+}
+
+void initialiseCurlOnce() {
+    // curl_global_init is not thread-safe; a function-local static runs it exactly once.
+    static const bool initialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    (void)initialised;
+}
+
+}  // namespace
+
+SiteFetcher::SiteFetcher(FetchLimits limits) : limits_(limits) {
+    initialiseCurlOnce();
+    handle_ = curl_easy_init();
+}
+
+SiteFetcher::~SiteFetcher() { curl_easy_cleanup(static_cast<CURL*>(handle_)); }
+
+FetchResult SiteFetcher::fetch(std::string_view url, std::size_t maxBytes) {
+    FetchResult result;
+    auto* curl = static_cast<CURL*>(handle_);
+    if (!curl) {
+        result.error = "the HTTP client could not start";
+        return result;
+    }
+    Transfer transfer{&result.body, maxBytes};
+    const std::string address(url);
+    curl_easy_reset(curl);
+    curl_easy_setopt(curl, CURLOPT_URL, address.c_str());
+    // Only web addresses, also where a redirect leads: never file:, ftp: or the like.
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(curl, CURLOPT_MAXREDIRS, limits_.maxRedirects);
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.connectTimeout.count()));
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(limits_.transferTimeout.count()));
+    // Refuse early when the server announces a larger body; the write callback enforces
+    // the cap for bodies of unknown length. The cap counts decoded bytes, so a small
+    // compressed body cannot unpack into gigabytes.
+    curl_easy_setopt(curl, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maxBytes));
+    curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_USERAGENT,
+                     (std::string("Halyward/") + HalywardVersion::current).c_str());
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &receive);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &transfer);
+
+    const CURLcode code = curl_easy_perform(curl);
+    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &result.status);
+    char* effective = nullptr;
+    curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &effective);
+    result.finalURL = effective ? effective : address;
+    result.truncated = transfer.truncated || code == CURLE_FILESIZE_EXCEEDED;
+
+    if (result.truncated) {
+        result.error = "more than " + std::to_string(maxBytes) + " bytes";
+    } else if (code == CURLE_OPERATION_TIMEDOUT) {
+        result.error = "timed out";
+    } else if (code == CURLE_TOO_MANY_REDIRECTS) {
+        result.error = "too many redirects";
+    } else if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+        result.error = "redirected to an address that is not http or https";
+    } else if (code != CURLE_OK) {
+        result.error = curl_easy_strerror(code);
+    } else if (result.status < 200 || result.status >= 300) {
+        result.error = "HTTP status " + std::to_string(result.status);
+    }
+    return result;
+}
+
+SiteIcon fetchSiteIcon(std::string_view siteURL,
+                       const std::function<void(std::string_view)>& progress,
+                       const FetchLimits& limits) {
+    const auto report = [&](std::string_view stage) {
+        if (progress) progress(stage);
+    };
+    SiteIcon site;
+    SiteFetcher fetcher(limits);
+
+    report("page");
+    const FetchResult page = fetcher.fetch(siteURL, limits.maxPageBytes);
+    // Without a page (no answer, a time-out, a redirect loop or one to another scheme) the
+    // later fetches would only run into the same trouble; an error status, though, still
+    // leaves the site's own icon files worth a try.
+    if (!page.error.empty() && !page.truncated && (page.status < 400 || page.status > 599)) {
+        site.reason = "the site could not be reached: " + page.error;
+        return site;
+    }
+    // A page cut at the cap still has its head, where icon links and the title live.
+    const std::string_view html(reinterpret_cast<const char*>(page.body.data()), page.body.size());
+    const std::string& base = page.finalURL;
+    std::vector<IconCandidate> candidates;
+    if (page.status >= 200 && page.status < 300) {
+        site.pageTitle = pageTitle(html);
+        candidates = iconCandidates(html, base);
+    }
+
+    for (const IconCandidate& candidate : candidates) {
+        if (candidate.rel != "manifest") continue;
+        report("manifest");
+        const FetchResult manifest = fetcher.fetch(candidate.url, limits.maxManifestBytes);
+        if (!manifest.ok()) break;
+        const std::string_view bytes(reinterpret_cast<const char*>(manifest.body.data()),
+                                     manifest.body.size());
+        site.manifestName = manifestName(bytes);
+        const auto icons = manifestIconCandidates(bytes, manifest.finalURL);
+        candidates.insert(candidates.end(), icons.begin(), icons.end());
+        break;
+    }
+
+    std::set<std::string> tried;
+    const auto tryIcon = [&](const IconCandidate& candidate) {
+        const std::string scheme = text::lowercased(candidate.url.substr(0, candidate.url.find(':')));
+        if ((scheme != "http" && scheme != "https") || !tried.insert(candidate.url).second) {
+            return false;
+        }
+        report("icon");
+        FetchResult icon = fetcher.fetch(candidate.url, limits.maxIconBytes);
+        if (!icon.ok() || !isPNG(icon.body)) return false;
+        site.png = std::move(icon.body);
+        site.iconURL = candidate.url;
+        return true;
+    };
+    std::size_t attempts = 0;
+    for (const IconCandidate& candidate : rankedIcons(candidates)) {
+        if (attempts++ == kMaxIconAttempts) break;
+        if (tryIcon(candidate)) return site;
+    }
+    // The site's well-known icon files come after the page's own choices, whatever their
+    // rank, since a page that names its icons knows best.
+    std::vector<IconCandidate> fallbacks;
+    for (const auto& [path, rel] : {std::pair<const char*, const char*>{"/apple-touch-icon.png", "apple-touch-icon"},
+                                    {"/favicon.ico", "icon"}}) {
+        if (auto url = resolve(path, base)) fallbacks.push_back({*url, std::nullopt, rel});
+    }
+    for (const IconCandidate& candidate : rankedIcons(fallbacks)) {
+        if (tryIcon(candidate)) return site;
+    }
+    site.reason = "the site offers no PNG icon";
+    return site;
+}
+
+}  // namespace halyward
