@@ -100,6 +100,17 @@ int main(int argc, char** argv) {
                                                                environment("XDG_DATA_DIRS")));
     };
 #endif
+    // A person waiting on a fetch sees what it is doing; scripts and --json see nothing.
+    if (::isatty(STDERR_FILENO) == 1 && !CommandRouter::wantsJSON(arguments)) {
+        context.progress = [](std::string_view step) {
+            std::string line;
+            if (step == "page") line = "Fetching the page…";
+            if (step == "manifest") line = "Fetching the manifest…";
+            if (step == "icon") line = "Fetching the icon…";
+            if (step == "bundle") line = "Writing the bundle…";
+            if (!line.empty()) std::fprintf(stderr, "%s\n", line.c_str());
+        };
+    }
     const CommandRouter router(std::move(context));
 
     bool json = false;

@@ -23,8 +23,7 @@ CommandOutput runCommand(const CommandRun& run) {
         case Command::Kind::version:
             return success(std::string("halyward ") + HalywardVersion::current,
                            JSONObject{{"version", HalywardVersion::current}});
-        case Command::Kind::appAdd:
-            throw HalywardError::unavailable("Making web apps is not available in this build yet.");
+        case Command::Kind::appAdd: return appAdd(run, *command.asAppAdd());
         case Command::Kind::appRemove: return appRemove(run, command.asAppRemove()->name);
         case Command::Kind::appList: return appList(run);
         case Command::Kind::hotkeySet: return hotkeySet(run, *command.asHotkeySet());

@@ -7,6 +7,7 @@
 #include "halyward/base/command_output.hpp"
 #include "halyward/commands/invocation.hpp"
 #include "halyward/commands/targets.hpp"
+#include "halyward/webapps/site_fetcher.hpp"
 
 #include <functional>
 #include <string>
@@ -41,6 +42,14 @@ struct CommandContext {
     /// Finds an installed application by name; absent means names resolve only to web
     /// apps and bundle identifiers.
     ApplicationLookup findApplication;
+    /// The web-app host executable that `app add` copies into bundles; empty means the one
+    /// installed with the running `halyward` (beside it, or in ../libexec/halyward).
+    std::string webHostExecutable;
+    /// The limits of the fetches `app add` makes; tests shorten them.
+    FetchLimits fetchLimits;
+    /// Told each step of a long command as it starts ("page", "manifest", "icon",
+    /// "bundle"); absent when nobody watches.
+    std::function<void(std::string_view step)> progress;
 };
 
 /// Parses and runs commands. Never throws: a HalywardError becomes its own output, and

@@ -49,6 +49,15 @@ std::string describeHolder(const EffectiveHotkey& holder, const HalywardConfig& 
 
 }  // namespace
 
+void requireChordFree(const HalywardConfig& config, const std::string& canonical) {
+    for (const EffectiveHotkey& holder : effectiveHotkeys(config)) {
+        if (holder.chord == canonical) {
+            throw HalywardError::conflict(canonical + " is already used by " +
+                                          describeHolder(holder, config) + ".");
+        }
+    }
+}
+
 CommandOutput hotkeySet(const CommandRun& run, const Command::HotkeySet& values) {
     const HotkeyChord chord = HotkeyParser::parse(values.chord);
     const std::string canonical = chord.canonical();

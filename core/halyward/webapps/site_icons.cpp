@@ -256,7 +256,7 @@ std::vector<IconCandidate> manifestIconCandidates(std::string_view bytes,
         const auto* src = icon.as_object().if_contains("src");
         if (!src || !src->is_string()) continue;
         const std::string_view source(src->as_string());
-        if (text::startsWith(source, "data:")) continue;
+        if (source.starts_with("data:")) continue;
         auto url = resolveAgainst(source, *base);
         if (!url) continue;
         const auto* sizes = icon.as_object().if_contains("sizes");

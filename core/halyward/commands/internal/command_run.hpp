@@ -57,9 +57,12 @@ bool sameIgnoringCase(std::string_view a, std::string_view b);
 TileSlot requireTile(std::string_view tile);
 
 // One function per command, grouped by family in the files named after them.
+CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values);
 CommandOutput appList(const CommandRun& run);
 CommandOutput appRemove(const CommandRun& run, const std::string& name);
 
+// Throws HalywardError::conflict naming whoever holds `canonical` in `config`.
+void requireChordFree(const HalywardConfig& config, const std::string& canonical);
 CommandOutput hotkeySet(const CommandRun& run, const Command::HotkeySet& values);
 CommandOutput hotkeyUnset(const CommandRun& run, const std::string& typed);
 CommandOutput hotkeyList(const CommandRun& run);
