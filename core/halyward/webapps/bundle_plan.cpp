@@ -253,6 +253,15 @@ std::optional<std::filesystem::path> locateWebHost(
     return std::nullopt;
 }
 
+std::filesystem::path websiteDataFolder(std::string_view home) {
+    return std::filesystem::path(std::string(home)) / ".local" / "share" / "halyward" /
+           "website-data";
+}
+
+std::filesystem::path websiteDataFolder(std::string_view home, const UUID& store) {
+    return websiteDataFolder(home) / store.uuidString();
+}
+
 std::optional<std::filesystem::path> runningExecutable() {
 #if defined(__APPLE__)
     std::uint32_t size = 0;
