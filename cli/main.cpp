@@ -84,6 +84,13 @@ int main(int argc, char** argv) {
     // Only a person at a terminal can answer; scripts and pipes must pass --yes.
     context.interactive = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
     context.confirm = askOnTerminal;
+    // Progress of slow commands (`app add` fetching a site) is for a person watching a
+    // terminal; scripts and logs get the result alone. The router never calls it for --json.
+    if (::isatty(STDERR_FILENO) == 1) {
+        context.progress = [](std::string_view line) {
+            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+        };
+    }
     const std::string home = context.home;
     context.sendToApp = [home](const std::vector<std::string>& forwarded, double timeout) {
         const std::string socket = HalywardPaths::resolvedSocketFile(
@@ -100,17 +107,6 @@ int main(int argc, char** argv) {
                                                                environment("XDG_DATA_DIRS")));
     };
 #endif
-    // A person waiting on a fetch sees what it is doing; scripts and --json see nothing.
-    if (::isatty(STDERR_FILENO) == 1 && !CommandRouter::wantsJSON(arguments)) {
-        context.progress = [](std::string_view step) {
-            std::string line;
-            if (step == "page") line = "Fetching the page…";
-            if (step == "manifest") line = "Fetching the manifest…";
-            if (step == "icon") line = "Fetching the icon…";
-            if (step == "bundle") line = "Writing the bundle…";
-            if (!line.empty()) std::fprintf(stderr, "%s\n", line.c_str());
-        };
-    }
     const CommandRouter router(std::move(context));
 
     bool json = false;
