@@ -14,6 +14,14 @@ pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 # 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).
 find_package(CURL 7.85 REQUIRED)
+# The site fetcher opens libcurl when it first fetches (webapps/curl_library.cpp), so that
+# the command line does not load libcurl and the libraries behind it for every command;
+# modules get its headers and the dynamic loader only.
+if(NOT TARGET halyward_curl_headers)
+  add_library(halyward_curl_headers INTERFACE)
+  target_include_directories(halyward_curl_headers INTERFACE ${CURL_INCLUDE_DIRS})
+  target_link_libraries(halyward_curl_headers INTERFACE ${CMAKE_DL_LIBS})
+endif()
 
 if(NOT TARGET halyward_warnings)
   add_library(halyward_warnings INTERFACE)
