@@ -1,6 +1,6 @@
 #include "halyward/webapps/curl_library.hpp"
 
-#include <dlfcn.h>
+#include "halyward/webapps/shared_library.hpp"
 
 #include <optional>
 
@@ -8,37 +8,22 @@ namespace halyward::detail {
 
 namespace {
 
-// The names the library's ABI version 4 (every libcurl since 7.16) is installed under.
-#if defined(__APPLE__)
-constexpr const char* kLibraryNames[] = {"libcurl.4.dylib", "libcurl.dylib"};
-#else
-constexpr const char* kLibraryNames[] = {"libcurl.so.4", "libcurl.so"};
-#endif
-
-template <typename Function>
-bool resolve(void* library, const char* symbol, Function& function) {
-    function = reinterpret_cast<Function>(::dlsym(library, symbol));
-    return function != nullptr;
-}
-
 std::optional<CurlLibrary> load() {
-    void* library = nullptr;
-    for (const char* name : kLibraryNames) {
-        // Kept open for the life of the process: handles and callbacks may outlive any
-        // one fetch, and unloading TLS libraries is not safe.
-        library = ::dlopen(name, RTLD_NOW | RTLD_LOCAL);
-        if (library) break;
-    }
-    if (!library) return std::nullopt;
+    // The names of the library's ABI version 4, that of every libcurl since 7.16.
+#if defined(__APPLE__)
+    void* library = openSharedLibrary({"libcurl.4.dylib", "libcurl.dylib"});
+#else
+    void* library = openSharedLibrary({"libcurl.so.4", "libcurl.so"});
+#endif
     CurlLibrary curl;
-    const bool complete = resolve(library, "curl_global_init", curl.globalInit) &&
-                          resolve(library, "curl_easy_init", curl.easyInit) &&
-                          resolve(library, "curl_easy_cleanup", curl.easyCleanup) &&
-                          resolve(library, "curl_easy_reset", curl.easyReset) &&
-                          resolve(library, "curl_easy_setopt", curl.easySetopt) &&
-                          resolve(library, "curl_easy_perform", curl.easyPerform) &&
-                          resolve(library, "curl_easy_getinfo", curl.easyGetinfo) &&
-                          resolve(library, "curl_easy_strerror", curl.easyStrerror);
+    const bool complete = findSymbol(library, "curl_global_init", curl.globalInit) &&
+                          findSymbol(library, "curl_easy_init", curl.easyInit) &&
+                          findSymbol(library, "curl_easy_cleanup", curl.easyCleanup) &&
+                          findSymbol(library, "curl_easy_reset", curl.easyReset) &&
+                          findSymbol(library, "curl_easy_setopt", curl.easySetopt) &&
+                          findSymbol(library, "curl_easy_perform", curl.easyPerform) &&
+                          findSymbol(library, "curl_easy_getinfo", curl.easyGetinfo) &&
+                          findSymbol(library, "curl_easy_strerror", curl.easyStrerror);
     if (!complete || curl.globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) return std::nullopt;
     return curl;
 }

@@ -1,9 +1,6 @@
 #pragma once
-// libcurl, loaded the first time a fetch needs it. The `halyward` command line links the
-// web-app library, and linking libcurl outright would make every command, `version`
-// included, load libcurl and the few dozen libraries behind it (TLS, HTTP/2, IDN, LDAP,
-// Kerberos ...) at start-up, several times the cost of the whole program. Only the header
-// is used at build time; the shared library is opened when `app add` fetches a site.
+// libcurl, opened the first time a fetch needs it (see shared_library.hpp): only its header
+// is used at build time.
 
 #include <curl/curl.h>
 
