@@ -10,10 +10,22 @@ pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
-# The webapps module signs what it copies into bundles with SHA-256 digests.
+# The webapps module compares the hosts it copies into bundles by their SHA-256 digests.
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 # 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).
 find_package(CURL 7.85 REQUIRED)
+# The web-app library opens libcurl and libcrypto when it first needs them
+# (webapps/shared_library.hpp), so that the command line does not load them, and the
+# libraries behind libcurl, for every command; modules get their headers and the dynamic
+# loader only.
+if(NOT TARGET halyward_curl_headers)
+  add_library(halyward_curl_headers INTERFACE)
+  target_include_directories(halyward_curl_headers INTERFACE ${CURL_INCLUDE_DIRS})
+  target_link_libraries(halyward_curl_headers INTERFACE ${CMAKE_DL_LIBS})
+  add_library(halyward_crypto_headers INTERFACE)
+  target_include_directories(halyward_crypto_headers INTERFACE ${OPENSSL_INCLUDE_DIR})
+  target_link_libraries(halyward_crypto_headers INTERFACE ${CMAKE_DL_LIBS})
+endif()
 
 if(NOT TARGET halyward_warnings)
   add_library(halyward_warnings INTERFACE)

@@ -23,8 +23,9 @@ LIBRARIES = {
     "PkgConfig::UUID": re.compile(r"#include <uuid/"),
     "Boost::json": re.compile(r"#include <boost/json"),
     "Boost::url": re.compile(r"#include <boost/url"),
-    "OpenSSL::Crypto": re.compile(r"#include <openssl/"),
-    "CURL::libcurl": re.compile(r"#include <curl/"),
+    # libcrypto and libcurl are opened at run time; modules declare their headers only.
+    "halyward_crypto_headers": re.compile(r"#include <openssl/"),
+    "halyward_curl_headers": re.compile(r"#include <curl/"),
     "Threads::Threads": re.compile(r"#include <thread>"),
 }
 MODULE_INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]halyward/([a-z_]+)/', re.MULTILINE)

@@ -135,7 +135,12 @@ struct BundleCheck {
 std::vector<BundleCheck> checkBundles(const CommandRun& run, const HalywardConfig& config,
                                       std::string_view skipSlug = {}) {
     const std::optional<fs::path> host = shippedHost(run);
-    const std::optional<std::string> current = host ? WebBundleWriter::digest(*host) : std::nullopt;
+    // The shipped host's digest is taken once, and only when there is a bundle to compare.
+    std::optional<std::optional<std::string>> shipped;
+    const auto currentDigest = [&]() -> const std::optional<std::string>& {
+        if (!shipped) shipped = host ? WebBundleWriter::digest(*host) : std::nullopt;
+        return *shipped;
+    };
     std::vector<BundleCheck> checks;
     for (const WebAppRecord& app : config.apps) {
         BundleCheck& check = checks.emplace_back();
@@ -145,12 +150,13 @@ std::vector<BundleCheck> checkBundles(const CommandRun& run, const HalywardConfi
         check.state = BundleState::present;
         // Without a shipped host there is nothing to compare with; the bundle is taken as
         // it is.
-        if (!current || app.slug == skipSlug) continue;
+        if (app.slug == skipSlug || !currentDigest()) continue;
+        const std::string& current = *currentDigest();
         const fs::path executable = webHostExecutable(*folder);
         const auto embedded = WebBundleWriter::digest(executable);
-        HostRefresh refresh = hostRefresh(embedded, *current, false);
+        HostRefresh refresh = hostRefresh(embedded, current, false);
         if (refresh == HostRefresh::current) continue;
-        refresh = hostRefresh(embedded, *current, appIsRunning(run, executable));
+        refresh = hostRefresh(embedded, current, appIsRunning(run, executable));
         check.state = BundleState::hostOutOfDate;
         if (refresh != HostRefresh::refresh) continue;
         const std::string identifier = app.spec.bundleIdentifier.empty()

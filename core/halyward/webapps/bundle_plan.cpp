@@ -5,8 +5,8 @@
 #include "halyward/text/text.hpp"
 #include "halyward/web/address.hpp"
 #include "halyward/webapps/address_text.hpp"
+#include "halyward/webapps/sha256.hpp"
 
-#include <openssl/evp.h>
 #include <uuid/uuid.h>
 
 #if defined(__APPLE__)
@@ -214,19 +214,11 @@ std::string WebAppBundlePlan::stubJSON() const {
 }
 
 std::string hostDigest(std::string_view bytes) {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    if (EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_sha256(), nullptr) != 1) {
-        throw HalywardError::failed("Halyward can't compute a SHA-256 digest.");
-    }
-    std::string hex;
-    hex.reserve(length * 2);
-    for (unsigned int i = 0; i < length; ++i) {
-        char pair[3];
-        std::snprintf(pair, sizeof pair, "%02x", digest[i]);
-        hex += pair;
-    }
-    return hex;
+    detail::Sha256 sha256;
+    sha256.update(bytes.data(), bytes.size());
+    if (auto hex = sha256.hexDigest()) return *hex;
+    throw HalywardError::failed(
+        "Halyward can't compute a SHA-256 digest (is libcrypto installed?).");
 }
 
 HostRefresh hostRefresh(const std::optional<std::string>& embeddedDigest,

@@ -6,8 +6,7 @@
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
-
-#include <openssl/evp.h>
+#include "halyward/webapps/sha256.hpp"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -134,26 +133,13 @@ void swapIntoPlace(const fs::path& staged, const fs::path& target) {
 std::optional<std::string> digest(const fs::path& ofFile) {
     std::ifstream in(ofFile, std::ios::binary);
     if (!in) return std::nullopt;
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
-                                                                          &EVP_MD_CTX_free);
-    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {
-        return std::nullopt;
-    }
+    detail::Sha256 sha256;
     char buffer[1 << 16];
     while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
-        EVP_DigestUpdate(context.get(), buffer, static_cast<std::size_t>(in.gcount()));
+        sha256.update(buffer, static_cast<std::size_t>(in.gcount()));
     }
     if (in.bad()) return std::nullopt;
-    unsigned char value[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    if (EVP_DigestFinal_ex(context.get(), value, &length) != 1) return std::nullopt;
-    std::string hex;
-    for (unsigned int i = 0; i < length; ++i) {
-        char pair[3];
-        std::snprintf(pair, sizeof pair, "%02x", value[i]);
-        hex += pair;
-    }
-    return hex;
+    return sha256.hexDigest();
 }
 
 void install(const WebAppBundlePlan& plan, const fs::path& hostBinary,

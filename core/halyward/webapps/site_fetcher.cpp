@@ -2,10 +2,9 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/text/text.hpp"
+#include "halyward/webapps/curl_library.hpp"
 #include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_icons.hpp"
-
-#include <curl/curl.h>
 
 #include <set>
 
@@ -37,54 +36,51 @@ std::size_t receive(char* data, std::size_t size, std::size_t count, void* conte
     return length;
 }
 
-void initialiseCurlOnce() {
-    // curl_global_init is not thread-safe; a function-local static runs it exactly once.
-    static const bool initialised = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
-    (void)initialised;
-}
-
 }  // namespace
 
 SiteFetcher::SiteFetcher(FetchLimits limits) : limits_(limits) {
-    initialiseCurlOnce();
-    handle_ = curl_easy_init();
+    if (const detail::CurlLibrary* library = detail::curlLibrary()) handle_ = library->easyInit();
 }
 
-SiteFetcher::~SiteFetcher() { curl_easy_cleanup(static_cast<CURL*>(handle_)); }
+SiteFetcher::~SiteFetcher() {
+    if (handle_) detail::curlLibrary()->easyCleanup(static_cast<CURL*>(handle_));
+}
 
 FetchResult SiteFetcher::fetch(std::string_view url, std::size_t maxBytes) {
     FetchResult result;
     auto* curl = static_cast<CURL*>(handle_);
     if (!curl) {
-        result.error = "the HTTP client could not start";
+        result.error = "the HTTP client could not start (is libcurl installed?)";
         return result;
     }
+    const detail::CurlLibrary& lib = *detail::curlLibrary();
     Transfer transfer{&result.body, maxBytes};
     const std::string address(url);
-    curl_easy_reset(curl);
-    curl_easy_setopt(curl, CURLOPT_URL, address.c_str());
+    lib.easyReset(curl);
+    lib.easySetopt(curl, CURLOPT_URL, address.c_str());
     // Only web addresses, also where a redirect leads: never file:, ftp: or the like.
-    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(curl, CURLOPT_MAXREDIRS, limits_.maxRedirects);
-    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.connectTimeout.count()));
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(limits_.transferTimeout.count()));
+    lib.easySetopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+    lib.easySetopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    lib.easySetopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+    lib.easySetopt(curl, CURLOPT_MAXREDIRS, limits_.maxRedirects);
+    lib.easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS,
+                   static_cast<long>(limits_.connectTimeout.count()));
+    lib.easySetopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(limits_.transferTimeout.count()));
     // Refuse early when the server announces a larger body; the write callback enforces
     // the cap for bodies of unknown length. The cap counts decoded bytes, so a small
     // compressed body cannot unpack into gigabytes.
-    curl_easy_setopt(curl, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maxBytes));
-    curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
-    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_USERAGENT,
-                     (std::string("Halyward/") + HalywardVersion::current).c_str());
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &receive);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &transfer);
+    lib.easySetopt(curl, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maxBytes));
+    lib.easySetopt(curl, CURLOPT_ACCEPT_ENCODING, "");
+    lib.easySetopt(curl, CURLOPT_NOSIGNAL, 1L);
+    lib.easySetopt(curl, CURLOPT_USERAGENT,
+                   (std::string("Halyward/") + HalywardVersion::current).c_str());
+    lib.easySetopt(curl, CURLOPT_WRITEFUNCTION, &receive);
+    lib.easySetopt(curl, CURLOPT_WRITEDATA, &transfer);
 
-    const CURLcode code = curl_easy_perform(curl);
-    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &result.status);
+    const CURLcode code = lib.easyPerform(curl);
+    lib.easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &result.status);
     char* effective = nullptr;
-    curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &effective);
+    lib.easyGetinfo(curl, CURLINFO_EFFECTIVE_URL, &effective);
     result.finalURL = effective ? effective : address;
     result.truncated = transfer.truncated || code == CURLE_FILESIZE_EXCEEDED;
 
@@ -97,7 +93,7 @@ FetchResult SiteFetcher::fetch(std::string_view url, std::size_t maxBytes) {
     } else if (code == CURLE_UNSUPPORTED_PROTOCOL) {
         result.error = "redirected to an address that is not http or https";
     } else if (code != CURLE_OK) {
-        result.error = curl_easy_strerror(code);
+        result.error = lib.easyStrerror(code);
     } else if (result.status < 200 || result.status >= 300) {
         result.error = "HTTP status " + std::to_string(result.status);
     }
@@ -146,7 +142,8 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
 
     std::set<std::string> tried;
     const auto tryIcon = [&](const IconCandidate& candidate) {
-        const std::string scheme = text::lowercased(candidate.url.substr(0, candidate.url.find(':')));
+        const std::string scheme =
+            text::lowercased(candidate.url.substr(0, candidate.url.find(':')));
         if ((scheme != "http" && scheme != "https") || !tried.insert(candidate.url).second) {
             return false;
         }
@@ -165,8 +162,9 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
     // The site's well-known icon files come after the page's own choices, whatever their
     // rank, since a page that names its icons knows best.
     std::vector<IconCandidate> fallbacks;
-    for (const auto& [path, rel] : {std::pair<const char*, const char*>{"/apple-touch-icon.png", "apple-touch-icon"},
-                                    {"/favicon.ico", "icon"}}) {
+    for (const auto& [path, rel] :
+         {std::pair<const char*, const char*>{"/apple-touch-icon.png", "apple-touch-icon"},
+          {"/favicon.ico", "icon"}}) {
         if (auto url = resolve(path, base)) fallbacks.push_back({*url, std::nullopt, rel});
     }
     for (const IconCandidate& candidate : rankedIcons(fallbacks)) {
