@@ -8,7 +8,12 @@ find_package(Threads REQUIRED)
 find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
 pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
-pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
+if(APPLE)
+  # macOS has libuuid's functions in its system library and ships no uuid.pc.
+  add_library(PkgConfig::UUID INTERFACE IMPORTED)
+else()
+  pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
+endif()
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 # The webapps module compares the hosts it copies into bundles by their SHA-256 digests.
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
