@@ -74,6 +74,13 @@ int main(int argc, char** argv) {
     // Only a person at a terminal can answer; scripts and pipes must pass --yes.
     context.interactive = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
     context.confirm = askOnTerminal;
+    // Progress of slow commands (`app add` fetching a site) is for a person watching a
+    // terminal; scripts and logs get the result alone. The router never calls it for --json.
+    if (::isatty(STDERR_FILENO) == 1) {
+        context.progress = [](std::string_view line) {
+            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+        };
+    }
     const std::string home = context.home;
     context.sendToApp = [home](const std::vector<std::string>& forwarded, double timeout) {
         const std::string socket = HalywardPaths::resolvedSocketFile(

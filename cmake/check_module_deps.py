@@ -24,6 +24,7 @@ LIBRARIES = {
     "Boost::json": re.compile(r"#include <boost/json"),
     "Boost::url": re.compile(r"#include <boost/url"),
     "OpenSSL::Crypto": re.compile(r"#include <openssl/"),
+    "CURL::libcurl": re.compile(r"#include <curl/"),
     "Threads::Threads": re.compile(r"#include <thread>"),
 }
 MODULE_INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]halyward/([a-z_]+)/', re.MULTILINE)

@@ -1,62 +1,16 @@
-#include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
+#include "halyward/webapps/icns.hpp"
+
+#include "support/test_site.hpp"
 
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <string>
-
-extern char** environ;
 
 using namespace halyward;
 using namespace std::chrono_literals;
 
 namespace {
-
-// The test site of tests/data/webapps/site_server.py on a free port of 127.0.0.1. It
-// stops when its standard input closes, that is when this object goes away.
-class TestSite {
-public:
-    explicit TestSite(bool bare = false) {
-        int toServer[2], fromServer[2];
-        if (::pipe(toServer) != 0 || ::pipe(fromServer) != 0) std::abort();
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, toServer[0], STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, fromServer[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, toServer[1]);
-        posix_spawn_file_actions_addclose(&actions, fromServer[0]);
-        const std::string script = std::string(HALYWARD_TEST_DATA) + "/webapps/site_server.py";
-        std::vector<char*> argv = {const_cast<char*>(HALYWARD_PYTHON3), const_cast<char*>(script.c_str())};
-        if (bare) argv.push_back(const_cast<char*>("--bare"));
-        argv.push_back(nullptr);
-        if (posix_spawn(&pid_, HALYWARD_PYTHON3, &actions, nullptr, argv.data(), environ) != 0) std::abort();
-        posix_spawn_file_actions_destroy(&actions);
-        ::close(toServer[0]);
-        ::close(fromServer[1]);
-        input_ = toServer[1];
-        std::string port;
-        char c;
-        while (::read(fromServer[0], &c, 1) == 1 && c != '\n') port += c;
-        ::close(fromServer[0]);
-        root_ = "http://127.0.0.1:" + port;
-    }
-    ~TestSite() {
-        ::close(input_);
-        int status = 0;
-        ::waitpid(pid_, &status, 0);
-    }
-    std::string operator()(std::string_view path) const { return root_ + std::string(path); }
-
-private:
-    pid_t pid_ = 0;
-    int input_ = -1;
-    std::string root_;
-};
 
 // Short limits keep the slow and endless cases quick; the caps stay as they ship, except
 // where a test names its own.
@@ -89,7 +43,8 @@ TEST(site_fetcher, follows_only_a_few_web_redirects_and_stops_on_time) {
         EXPECT_FALSE(result.ok()) << path;
         EXPECT_EQ(result.error, error) << path;
     }
-    EXPECT_EQ(fetcher.fetch("file:///etc/passwd", 1 << 20).error, "redirected to an address that is not http or https");
+    EXPECT_EQ(fetcher.fetch("file:///etc/passwd", 1 << 20).error,
+              "redirected to an address that is not http or https");
 }
 
 TEST(site_fetcher, cuts_oversized_and_endless_bodies_at_the_cap) {
@@ -108,7 +63,8 @@ TEST(site_fetcher, cuts_oversized_and_endless_bodies_at_the_cap) {
 TEST(site_icon, takes_the_best_png_among_page_links_and_manifest_icons) {
     const TestSite site;
     std::vector<std::string> stages;
-    const SiteIcon forms = fetchSiteIcon(site("/hop/1"), [&](std::string_view stage) { stages.emplace_back(stage); }, quick());
+    const SiteIcon forms = fetchSiteIcon(
+        site("/hop/1"), [&](std::string_view stage) { stages.emplace_back(stage); }, quick());
     ASSERT_TRUE(forms.png) << forms.reason;
     EXPECT_TRUE(isPNG(*forms.png));
     EXPECT_EQ(forms.iconURL, site("/icons/192.png"));

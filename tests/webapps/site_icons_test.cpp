@@ -26,18 +26,21 @@ TEST(site_icons, reads_icon_links_in_every_form_and_appends_the_manifest) {
                           {"https://example.com/app.webmanifest", std::nullopt, "manifest"}}));
     EXPECT_EQ(manifestHref(html), "/app.webmanifest");
 
-    const Candidates manifestOnly = iconCandidates(R"(<link rel="manifest" href="m.json">)", "https://example.com/app/");
-    EXPECT_EQ(manifestOnly, (Candidates{{"https://example.com/app/m.json", std::nullopt, "manifest"}}));
+    const Candidates manifestOnly =
+        iconCandidates(R"(<link rel="manifest" href="m.json">)", "https://example.com/app/");
+    EXPECT_EQ(manifestOnly,
+              (Candidates{{"https://example.com/app/m.json", std::nullopt, "manifest"}}));
     EXPECT_EQ(bestIconURL(manifestOnly), std::nullopt);
-    EXPECT_TRUE(iconCandidates(R"(<link rel="icon" href="/x.png")", "https://example.com/").empty()) << "an unclosed tag is no tag";
+    EXPECT_TRUE(iconCandidates(R"(<link rel="icon" href="/x.png")", "https://example.com/").empty())
+        << "an unclosed tag is no tag";
 }
 
 TEST(site_icons, reads_attributes_quoted_or_bare_in_any_case) {
     const std::tuple<const char*, const char*, std::optional<std::string>> cases[] = {
         {"href", R"(<link HREF="a b">)", "a b"}, {"href", "<link href = 'x\"y'>", "x\"y"},
-        {"href", "<link href=bare>", "bare"}, {"href", "<link href=>", std::nullopt},
-        {"href", R"(<link href="">)", ""}, {"sizes", "<link rel=icon>", std::nullopt},
-        {"data-x", "<link DATA-X=1>", "1"}, {"a.b", "<link axb=1 a.b=2>", "2"},
+        {"href", "<link href=bare>", "bare"},    {"href", "<link href=>", std::nullopt},
+        {"href", R"(<link href="">)", ""},       {"sizes", "<link rel=icon>", std::nullopt},
+        {"data-x", "<link DATA-X=1>", "1"},      {"a.b", "<link axb=1 a.b=2>", "2"},
     };
     for (const auto& [name, tag, value] : cases) EXPECT_EQ(attribute(name, tag), value) << tag;
 }
@@ -53,13 +56,19 @@ TEST(site_icons, resolves_hrefs_against_the_page_and_refuses_inline_images) {
         {"/x.png", "not a base", std::nullopt},
         {"http://[::1", "https://example.com/", std::nullopt},
     };
-    for (const auto& [href, base, absolute] : cases) EXPECT_EQ(resolve(href, base), absolute) << href;
+    for (const auto& [href, base, absolute] : cases)
+        EXPECT_EQ(resolve(href, base), absolute) << href;
 }
 
 TEST(site_icons, sizes_give_the_largest_width) {
     const std::pair<const char*, std::optional<std::int64_t>> cases[] = {
-        {"16x16", 16}, {"16x16 32X32", 32}, {"any", std::nullopt}, {"", std::nullopt},
-        {"64x64 any 48x48", 64}, {"x16 16x 16", std::nullopt}, {"99999999999999999999x1", std::nullopt},
+        {"16x16", 16},
+        {"16x16 32X32", 32},
+        {"any", std::nullopt},
+        {"", std::nullopt},
+        {"64x64 any 48x48", 64},
+        {"x16 16x 16", std::nullopt},
+        {"99999999999999999999x1", std::nullopt},
         {" \t128x128\n", 128},
     };
     for (const auto& [sizes, size] : cases) EXPECT_EQ(iconSize(sizes), size) << sizes;
@@ -78,7 +87,8 @@ TEST(site_icons, ranks_touch_icons_and_pngs_first_and_keeps_page_order_on_ties) 
                              {"https://e.com/c.png", 192, "manifest-icon"},
                              {"https://e.com/b.png", 32, "icon"}};
     EXPECT_EQ(bestIconURL(page), "https://e.com/c.png");
-    EXPECT_EQ(bestIconURL({page[1], page[2]}), "https://e.com/a.ico") << "equal rank: the first wins";
+    EXPECT_EQ(bestIconURL({page[1], page[2]}), "https://e.com/a.ico")
+        << "equal rank: the first wins";
     EXPECT_EQ(rankedIcons(page), (Candidates{page[3], page[1], page[2]}));
 }
 
@@ -86,8 +96,10 @@ TEST(site_icons, manifest_icons_resolve_against_the_manifest) {
     const std::string manifest = R"({"name":"X","icons":[{"src":"icons/a.png","sizes":"512x512"},
         {"src":"data:image/png,1"},{"src":7},"text",{"src":"/b.svg","sizes":48},{"sizes":"1x1"}]})";
     EXPECT_EQ(manifestIconCandidates(manifest, "https://e.com/app/manifest.json"),
-              (Candidates{{"https://e.com/app/icons/a.png", 512, "manifest-icon"}, {"https://e.com/b.svg", std::nullopt, "manifest-icon"}}));
-    for (const char* nothing : {"", "[]", "{\"icons\":{}}", "{\"icons\":[1,2]}", "{not json", "[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[["}) {
+              (Candidates{{"https://e.com/app/icons/a.png", 512, "manifest-icon"},
+                          {"https://e.com/b.svg", std::nullopt, "manifest-icon"}}));
+    for (const char* nothing : {"", "[]", "{\"icons\":{}}", "{\"icons\":[1,2]}", "{not json",
+                                "[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[["}) {
         EXPECT_TRUE(manifestIconCandidates(nothing, "https://e.com/m.json").empty()) << nothing;
     }
     EXPECT_EQ(manifestName(R"({"name":"  Mail  ","short_name":"M"})"), "Mail");
@@ -97,11 +109,24 @@ TEST(site_icons, manifest_icons_resolve_against_the_manifest) {
 
 TEST(site_icons, page_title_is_decoded_and_its_blanks_joined) {
     const std::pair<const char*, std::optional<std::string>> cases[] = {
-        {"<title>  Caf&#233; &amp; Co &#8211;\n\t&#x1F600; &lt;Mail&gt; </title>", "Café & Co – 😀 <Mail>"},
-        {"<TITLE lang=en>A&nbsp;&nbsp;B &unknown; &#0; & x;</TITLE>", "A B &unknown; \xEF\xBF\xBD & x;"},
-        {"<head><title></title>", std::nullopt}, {"<title>   </title>", std::nullopt},
-        {"<title>never closed", std::nullopt}, {"no title", std::nullopt},
+        {"<title>  Caf&#233; &amp; Co &#8211;\n\t&#x1F600; &lt;Mail&gt; </title>",
+         "Café & Co – 😀 <Mail>"},
+        {"<TITLE lang=en>A&nbsp;&nbsp;B &unknown; &#0; & x;</TITLE>",
+         "A B &unknown; \xEF\xBF\xBD & x;"},
+        {"<head><title></title>", std::nullopt},
+        {"<title>   </title>", std::nullopt},
+        {"<title>never closed", std::nullopt},
+        {"no title", std::nullopt},
         {"<title>first</title><title>second</title>", "first"},
     };
     for (const auto& [html, title] : cases) EXPECT_EQ(pageTitle(html), title) << html;
+}
+
+TEST(site_icons, pages_in_legacy_encodings_still_give_their_icons_and_title) {
+    // Latin-1 bytes (never valid UTF-8 here) inside and around the tags.
+    const std::string html =
+        "<title>Caf\xE9 \xFF</title><link rel=\"icon\" title=\"Caf\xE9\" href=\"/i.png\">";
+    EXPECT_EQ(iconCandidates(html, "https://e.com/"),
+              (Candidates{{"https://e.com/i.png", std::nullopt, "icon"}}));
+    EXPECT_EQ(pageTitle(html), "Caf\xE9 \xFF");
 }

@@ -14,17 +14,36 @@ namespace {
 
 using namespace commands;
 
+// The word after "help" among the positional words of `arguments` ("app" for `halyward
+// help app`); empty when there is none. The parser drops the words after "help", so the
+// topic is read from the argument list as typed, skipping flags and option values.
+std::string_view helpTopic(const std::vector<std::string>& arguments) {
+    std::vector<std::string_view> words;
+    for (std::size_t i = 0; i < arguments.size() && words.size() < 2; ++i) {
+        const std::string_view argument = arguments[i];
+        if (argument == "--") break;
+        if (!argument.starts_with("--")) {
+            words.push_back(argument);
+        } else if (argument != "--json" && argument != "--yes" &&
+                   argument.find('=') == std::string_view::npos) {
+            ++i;  // an option's value
+        }
+    }
+    return words.size() == 2 && words[0] == "help" ? words[1] : std::string_view();
+}
+
 // Hands each command to the function of its family (app_commands.cpp, hotkey_commands.cpp
 // and so on); the router itself decides nothing.
 CommandOutput runCommand(const CommandRun& run) {
     const Command& command = run.invocation.command;
     switch (command.kind()) {
-        case Command::Kind::help: return success(std::string(HelpText::text()));
+        case Command::Kind::help:
+            return success(std::string(helpTopic(run.arguments) == "app" ? HelpText::appText()
+                                                                         : HelpText::text()));
         case Command::Kind::version:
             return success(std::string("halyward ") + HalywardVersion::current,
                            JSONObject{{"version", HalywardVersion::current}});
-        case Command::Kind::appAdd:
-            throw HalywardError::unavailable("Making web apps is not available in this build yet.");
+        case Command::Kind::appAdd: return appAdd(run, *command.asAppAdd());
         case Command::Kind::appRemove: return appRemove(run, command.asAppRemove()->name);
         case Command::Kind::appList: return appList(run);
         case Command::Kind::hotkeySet: return hotkeySet(run, *command.asHotkeySet());

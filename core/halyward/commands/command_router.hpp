@@ -7,6 +7,7 @@
 #include "halyward/base/command_output.hpp"
 #include "halyward/commands/invocation.hpp"
 #include "halyward/commands/targets.hpp"
+#include "halyward/webapps/site_fetcher.hpp"
 
 #include <functional>
 #include <string>
@@ -41,6 +42,17 @@ struct CommandContext {
     /// Finds an installed application by name; absent means names resolve only to web
     /// apps and bundle identifiers.
     ApplicationLookup findApplication;
+    /// The web-app host executable that new bundles get a copy of; empty means the one
+    /// that ships beside the running program (`locateWebHost(runningExecutable())`).
+    std::string webHost;
+    /// The limits of the page, manifest and icon fetches of `app add`.
+    FetchLimits fetchLimits;
+    /// Shows one progress line of a slow command ("Fetching the page…"). Absent shows
+    /// nothing; never called for a command run with `--json`.
+    std::function<void(std::string_view line)> progress;
+    /// Whether a process runs the executable at the path (a web app is open); absent means
+    /// the system's list of processes is asked.
+    std::function<bool(const std::string& executable)> isRunning;
 };
 
 /// Parses and runs commands. Never throws: a HalywardError becomes its own output, and

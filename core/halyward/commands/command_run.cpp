@@ -23,6 +23,11 @@ ConfigFile CommandRun::load() const {
     return ConfigFile::load(configPath_);
 }
 
+ConfigFile CommandRun::read() const {
+    requireConfigPath();
+    return ConfigFile::load(configPath_);
+}
+
 ConfigFile CommandRun::edit(const std::function<void(ConfigFile&)>& change) const {
     requireConfigPath();
     return ConfigFile::update(configPath_, change);

@@ -53,4 +53,48 @@ std::string_view text() {
     return kText;
 }
 
+std::string_view appText() {
+    static constexpr std::string_view kText =
+        "halyward app — web apps: one site in its own window, with its own icon, launcher\n"
+        "entry and website data\n"
+        "\n"
+        "Usage:\n"
+        "  halyward app add <url> --name <name> [--hotkey <chord>] [--tile <tile>]\n"
+        "                   [--icon <path>] [--css <style sheet>] [--js <script>]\n"
+        "  halyward app list\n"
+        "  halyward app remove <name> --yes\n"
+        "\n"
+        "app add checks everything first and changes nothing when something is wrong: the\n"
+        "address (http or https, with a host), the name, the chord (a chord another app or\n"
+        "Halyward already uses is refused, as with hotkey set), the tile and the icon file.\n"
+        "  Without --name the app is named after the site's host, without \"www.\"\n"
+        "  (halyward app add https://www.example.com/ makes \"example.com\").\n"
+        "  The icon comes from the site: its page, its web app manifest, then /favicon.ico\n"
+        "  and /apple-touch-icon.png; only a PNG image is used. --icon <path> takes a PNG\n"
+        "  file of at most 4 MiB instead, and then nothing is fetched. A site that cannot be\n"
+        "  reached still gets its app, without an icon; the message says why.\n"
+        "  --css and --js are a style sheet and a script given as text; the app adds them\n"
+        "  to every page it shows (user_css and user_js in config.toml).\n"
+        "  The app is made in ~/Applications/Halyward Apps/<name>.app, gets a launcher\n"
+        "  entry in ~/.local/share/applications and a table [apps.<slug>] in config.toml.\n"
+        "  A name already taken, also in another case or with the same slug, is refused.\n"
+        "\n"
+        "To change an app's address or icon, remove it and add it again. Its sign-ins then\n"
+        "start afresh: the new app gets a website data store of its own. Hotkey, tile,\n"
+        "style sheet and script can also be edited in config.toml.\n"
+        "\n"
+        "app list shows every app and its bundle: present, missing (add the app again), or\n"
+        "host out of date.\n"
+        "\n"
+        "app add and app list bring the web-app host inside each bundle up to date with the\n"
+        "one installed with halyward. An app that is open at that moment keeps its host\n"
+        "until the first app add or app list after it quits.\n"
+        "\n"
+        "app remove deletes the app's bundle, its launcher entry and icon, and its table in\n"
+        "config.toml. Its website data (sign-ins, cookies, storage) stays in\n"
+        "~/.local/share/halyward/website-data/<UUID>/, named in the message; delete that\n"
+        "folder to remove it too.\n";
+    return kText;
+}
+
 }  // namespace halyward::HelpText

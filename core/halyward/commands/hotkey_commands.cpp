@@ -49,6 +49,24 @@ std::string describeHolder(const EffectiveHotkey& holder, const HalywardConfig& 
 
 }  // namespace
 
+bool claimChord(const HalywardConfig& config, std::string_view canonical,
+                const std::optional<std::string>& slug, std::string_view bundleIdentifier) {
+    for (const EffectiveHotkey& holder : effectiveHotkeys(config)) {
+        if (holder.chord != canonical) continue;
+        // The same app holding the chord through its web-app table or [hotkeys] is no
+        // conflict: the chord already does what was asked.
+        const HotkeySource source = holder.origin();
+        const bool same =
+            (slug && source.kind == HotkeySource::Kind::webApp && source.slug == *slug) ||
+            (source.kind != HotkeySource::Kind::builtin &&
+             holder.bundleIdentifier == bundleIdentifier);
+        if (same) return true;
+        throw HalywardError::conflict(std::string(canonical) + " is already used by " +
+                                      describeHolder(holder, config) + ".");
+    }
+    return false;
+}
+
 CommandOutput hotkeySet(const CommandRun& run, const Command::HotkeySet& values) {
     const HotkeyChord chord = HotkeyParser::parse(values.chord);
     const std::string canonical = chord.canonical();
@@ -58,22 +76,8 @@ CommandOutput hotkeySet(const CommandRun& run, const Command::HotkeySet& values)
     run.edit([&](ConfigFile& file) {
         const HalywardConfig config = file.decode();
         target = resolveTarget(values.target, config, run.context.findApplication);
-        for (const EffectiveHotkey& holder : effectiveHotkeys(config)) {
-            if (holder.chord != canonical) continue;
-            // The same app holding the chord through its web-app table or [hotkeys]
-            // is no conflict: the chord already does what was asked.
-            const HotkeySource source = holder.origin();
-            const bool same = (target.slug && source.kind == HotkeySource::Kind::webApp &&
-                               source.slug == *target.slug) ||
-                              (source.kind != HotkeySource::Kind::builtin &&
-                               holder.bundleIdentifier == target.bundleIdentifier);
-            if (same) {
-                unchanged = true;
-                return;
-            }
-            throw HalywardError::conflict(canonical + " is already used by " +
-                                          describeHolder(holder, config) + ".");
-        }
+        unchanged = claimChord(config, canonical, target.slug, target.bundleIdentifier);
+        if (unchanged) return;
         if (target.slug) {
             std::optional<WebAppRecord> record;
             for (const WebAppRecord& app : config.apps) {

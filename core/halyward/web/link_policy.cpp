@@ -1,8 +1,8 @@
 #include "halyward/web/link_policy.hpp"
 
 #include "halyward/text/text.hpp"
+#include "halyward/web/address.hpp"
 
-#include <boost/url/parse.hpp>
 #include <boost/url/url.hpp>
 
 #include <optional>
@@ -16,113 +16,6 @@ using NameSet = std::set<std::string, std::less<>>;
 // The code-hosting service whose own login pages count as a sign-in flow; its sub-domains
 // (gist, enterprise hosts) count too.
 constexpr std::string_view kCodeHostingHost = "github.com";
-
-bool isHexDigit(unsigned char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
-bool isSchemeStart(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-bool isSchemeCharacter(unsigned char c) {
-    return isSchemeStart(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
-}
-
-// Bytes that RFC 3986 never allows raw anywhere in a URI.
-bool neverAllowedRaw(unsigned char c) {
-    if (c <= 0x20 || c >= 0x7F) return true;
-    switch (c) {
-        case '"':
-        case '<':
-        case '>':
-        case '\\':
-        case '^':
-        case '`':
-        case '{':
-        case '|':
-        case '}': return true;
-        default: return false;
-    }
-}
-
-void appendPercentEncoded(std::string& out, unsigned char c) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
-    out.push_back('%');
-    out.push_back(kHex[c >> 4]);
-    out.push_back(kHex[c & 0x0F]);
-}
-
-// Addresses reach the policy the way pages and users write them, not only as the
-// normalised text a web view produces: "mailto:a@b.c?subject=Hi there" is plainly a mail
-// address even though a strict URI parser rejects the blank. So text that fails the strict
-// grammar is tried once more the way a browser's address bar treats it: ASCII tabs and
-// line breaks are dropped, and bytes that are never valid raw (blanks, controls,
-// non-ASCII, a stray "%", a second "#", brackets outside the host) are percent-encoded.
-// Only text that still fails (a broken IPv6 literal, a non-numeric port, ...) does not
-// parse.
-std::string encodeLeniently(std::string_view text) {
-    std::string stripped;
-    stripped.reserve(text.size());
-    for (char c : text) {
-        if (c != '\t' && c != '\n' && c != '\r') stripped.push_back(c);
-    }
-
-    // Find the authority, where brackets delimit an IPv6 literal and must stay raw.
-    std::size_t authorityStart = std::string::npos;
-    std::size_t schemeEnd = 0;
-    if (!stripped.empty() && isSchemeStart(static_cast<unsigned char>(stripped[0]))) {
-        std::size_t i = 1;
-        while (i < stripped.size() && isSchemeCharacter(static_cast<unsigned char>(stripped[i])))
-            ++i;
-        if (i < stripped.size() && stripped[i] == ':') schemeEnd = i + 1;
-    }
-    if (stripped.compare(schemeEnd, 2, "//") == 0) authorityStart = schemeEnd + 2;
-    std::size_t authorityEnd = authorityStart;
-    if (authorityStart != std::string::npos) {
-        authorityEnd = stripped.find_first_of("/?#", authorityStart);
-        if (authorityEnd == std::string::npos) authorityEnd = stripped.size();
-    }
-
-    std::string out;
-    out.reserve(stripped.size() + stripped.size() / 4);
-    bool seenFragment = false;
-    for (std::size_t i = 0; i < stripped.size(); ++i) {
-        const auto c = static_cast<unsigned char>(stripped[i]);
-        const bool inAuthority =
-            authorityStart != std::string::npos && i >= authorityStart && i < authorityEnd;
-        if (c == '#') {
-            if (seenFragment) {
-                appendPercentEncoded(out, c);
-            } else {
-                seenFragment = true;
-                out.push_back('#');
-            }
-        } else if (c == '%') {
-            const bool escape = i + 2 < stripped.size() &&
-                                isHexDigit(static_cast<unsigned char>(stripped[i + 1])) &&
-                                isHexDigit(static_cast<unsigned char>(stripped[i + 2]));
-            if (escape) {
-                out.push_back('%');
-            } else {
-                appendPercentEncoded(out, c);
-            }
-        } else if (((c == '[' || c == ']') && !inAuthority) || neverAllowedRaw(c)) {
-            appendPercentEncoded(out, c);
-        } else {
-            out.push_back(static_cast<char>(c));
-        }
-    }
-    return out;
-}
-
-// "Parses as a URL" means: the text is an RFC 3986 URI reference, either as it stands or
-// after the lenient encoding above. Relative references parse too; they simply have no
-// scheme.
-std::optional<boost::urls::url> parseURL(std::string_view text) {
-    if (auto strict = boost::urls::parse_uri_reference(text)) return boost::urls::url(*strict);
-    const std::string encoded = encodeLeniently(text);
-    if (auto lenient = boost::urls::parse_uri_reference(encoded)) return boost::urls::url(*lenient);
-    return std::nullopt;
-}
 
 // The lower-cased scheme, or nothing when the text does not parse or has no scheme.
 std::optional<std::string> schemeOf(const std::optional<boost::urls::url>& url) {
@@ -233,15 +126,15 @@ bool isBlankNavigation(std::string_view text) {
 }
 
 bool isOffSite(std::string_view appURL, std::string_view targetURL) {
-    const auto appHost = hostOf(parseURL(appURL));
+    const auto appHost = hostOf(parseAddress(appURL));
     if (!appHost) return false;
-    const auto targetHost = hostOf(parseURL(targetURL));
+    const auto targetHost = hostOf(parseAddress(targetURL));
     if (!targetHost) return false;
     return withoutWWW(*appHost) != withoutWWW(*targetHost);
 }
 
 bool isAuthNavigation(std::string_view text) {
-    const auto url = parseURL(text::trim(text));
+    const auto url = parseAddress(text::trim(text));
     const auto host = hostOf(url);
     if (!host) return false;
     const std::string_view bareHost = withoutWWW(*host);
@@ -270,7 +163,7 @@ LinkDecision decideLink(std::string_view appURL, std::string_view targetURL, boo
     const std::string_view target = text::trim(targetURL);
     if (newWindow && isBlankNavigation(target)) return LinkDecision::deferPopup;
 
-    const auto scheme = schemeOf(parseURL(target));
+    const auto scheme = schemeOf(parseAddress(target));
     if (!scheme) return LinkDecision::loadInPlace;
     if (contains(webViewSchemes(), *scheme)) {
         return newWindow ? LinkDecision::openPopup : LinkDecision::loadInPlace;
@@ -290,7 +183,7 @@ LinkDecision decideLink(std::string_view appURL, std::string_view targetURL, boo
 PopupFollowUp decidePopupNavigation(std::string_view /*appURL*/, std::string_view targetURL) {
     const std::string_view target = text::trim(targetURL);
     if (isBlankNavigation(target)) return PopupFollowUp::waiting;
-    const auto scheme = schemeOf(parseURL(target));
+    const auto scheme = schemeOf(parseAddress(target));
     if (!scheme || *scheme == "about") return PopupFollowUp::waiting;
     if (contains(webViewSchemes(), *scheme) || isHTTP(*scheme)) return PopupFollowUp::keep;
     return PopupFollowUp::openExternally;
@@ -298,7 +191,7 @@ PopupFollowUp decidePopupNavigation(std::string_view /*appURL*/, std::string_vie
 
 bool shouldOfferToSystem(std::string_view url,
                          const std::function<bool(std::string_view)>& hasHandler) {
-    const auto scheme = schemeOf(parseURL(url));
+    const auto scheme = schemeOf(parseAddress(url));
     if (!scheme) return false;
     if (contains(webViewSchemes(), *scheme)) return false;
     return hasHandler ? hasHandler(url) : false;

@@ -3,6 +3,7 @@
 #include "halyward/base/error.hpp"
 #include "halyward/base/json.hpp"
 #include "halyward/text/text.hpp"
+#include "halyward/web/address.hpp"
 #include "halyward/webapps/address_text.hpp"
 
 #include <openssl/evp.h>
@@ -87,16 +88,17 @@ std::string UUID::uuidString() const {
 std::string validatedWebURL(std::string_view text) {
     const std::string_view trimmed = text::trim(text);
     if (trimmed.size() > kMaxURLBytes) {
-        throw HalywardError::usage("“" + detail::quotable(trimmed, 60) + "” is too long for an " +
-                                   "app's address (" + std::to_string(trimmed.size()) +
-                                   " bytes; at most " + std::to_string(kMaxURLBytes) + ").");
+        throw HalywardError::usage(text::quoted(detail::quotable(trimmed, 60)) +
+                                   " is too long for an " + "app's address (" +
+                                   std::to_string(trimmed.size()) + " bytes; at most " +
+                                   std::to_string(kMaxURLBytes) + ").");
     }
     const auto refuse = [&] {
-        return HalywardError::usage("“" + detail::quotable(text, kMaxURLBytes) +
-                                    "” needs to be an http or https address.");
+        return HalywardError::usage(text::quoted(detail::quotable(text, kMaxURLBytes)) +
+                                    " needs to be an http or https address.");
     };
     if (detail::hasControlCharacter(trimmed)) throw refuse();
-    const auto url = detail::parseAddress(trimmed);
+    const auto url = parseAddress(trimmed);
     if (!url || !url->has_scheme()) throw refuse();
     const std::string scheme = text::lowercased(url->scheme());
     if ((scheme != "http" && scheme != "https") || !url->has_authority() ||
@@ -109,14 +111,15 @@ std::string validatedWebURL(std::string_view text) {
 std::string validatedAppName(std::string_view name) {
     const std::string_view trimmed = text::trim(name);
     const auto refuse = [&](std::string_view why) {
-        return HalywardError::usage("“" + detail::quotable(trimmed, 60) +
-                                    "” cannot be an app name: " + std::string(why) + ".");
+        return HalywardError::usage(text::quoted(detail::quotable(trimmed, 60)) +
+                                    " cannot be an app name: " + std::string(why) + ".");
     };
     if (trimmed.empty()) throw HalywardError::usage("An app needs a name.");
     if (!isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
     if (hasLineBreakOrControl(trimmed)) throw refuse("it holds a line break or control character");
-    if (trimmed.find('/') != std::string_view::npos) throw refuse("it holds a “/”");
-    if (trimmed.front() == '.') throw refuse("it starts with “.”");
+    if (trimmed.find('/') != std::string_view::npos)
+        throw refuse("it holds a " + text::quoted("/"));
+    if (trimmed.front() == '.') throw refuse("it starts with " + text::quoted("."));
     if (trimmed.size() > kMaxNameBytes) {
         throw refuse("it is longer than " + std::to_string(kMaxNameBytes) + " bytes");
     }
@@ -234,12 +237,13 @@ HostRefresh hostRefresh(const std::optional<std::string>& embeddedDigest,
 
 std::vector<std::string> codesignArguments(std::string_view bundlePath,
                                            std::string_view identifier) {
-    return {"/usr/bin/codesign", "--force",          "--sign",
-            "-",                 "--identifier",     std::string(identifier),
-            std::string(bundlePath)};
+    return {
+        "/usr/bin/codesign",    "--force", "--sign", "-", "--identifier", std::string(identifier),
+        std::string(bundlePath)};
 }
 
-std::optional<std::filesystem::path> locateWebHost(const std::filesystem::path& halywardExecutable) {
+std::optional<std::filesystem::path> locateWebHost(
+    const std::filesystem::path& halywardExecutable) {
     const std::filesystem::path folder = halywardExecutable.parent_path();
     for (const std::filesystem::path& candidate :
          {folder / "HalywardWebHost", folder / ".." / "libexec" / "halyward" / "HalywardWebHost"}) {
@@ -247,6 +251,15 @@ std::optional<std::filesystem::path> locateWebHost(const std::filesystem::path& 
         if (std::filesystem::is_regular_file(candidate, error)) return candidate.lexically_normal();
     }
     return std::nullopt;
+}
+
+std::filesystem::path websiteDataFolder(std::string_view home) {
+    return std::filesystem::path(std::string(home)) / ".local" / "share" / "halyward" /
+           "website-data";
+}
+
+std::filesystem::path websiteDataFolder(std::string_view home, const UUID& store) {
+    return websiteDataFolder(home) / store.uuidString();
 }
 
 std::optional<std::filesystem::path> runningExecutable() {

@@ -105,6 +105,14 @@ std::vector<std::string> codesignArguments(std::string_view bundlePath,
 /// regular file.
 std::optional<std::filesystem::path> locateWebHost(const std::filesystem::path& halywardExecutable);
 
+/// Linux: the folder that holds the website data of every web app,
+/// home + "/.local/share/halyward/website-data".
+std::filesystem::path websiteDataFolder(std::string_view home);
+/// Linux: the website data of the app whose data store is `store`:
+/// `websiteDataFolder(home)` / the UUID text. The host keeps sign-ins, cookies and
+/// storage there; removing the app leaves it.
+std::filesystem::path websiteDataFolder(std::string_view home, const UUID& store);
+
 /// The path of the running executable; none when the system does not say.
 std::optional<std::filesystem::path> runningExecutable();
 

@@ -2,6 +2,7 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/text/text.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
@@ -31,8 +32,8 @@ constexpr std::uint16_t kFileMode = 0644;
 constexpr fs::perms kExecutableMode = static_cast<fs::perms>(0755);
 
 [[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
-    throw HalywardError::failed("Halyward can't write “" + path.string() + "”: " +
-                                error.message() + ".");
+    throw HalywardError::failed("Halyward can't write " + text::quoted(path.string()) + ": " +
+                                systemReason(error.value()) + ".");
 }
 
 // A hidden, unique name in the same folder as `path`, so a rename never crosses volumes.
@@ -75,8 +76,8 @@ void writeDetails(const fs::path& bundle, const WebAppBundlePlan& plan) {
 void placeHost(const fs::path& hostBinary, const fs::path& target) {
     std::error_code error;
     if (!fs::is_regular_file(hostBinary, error)) {
-        throw HalywardError::failed("Halyward can't find the web-app host at “" +
-                                    hostBinary.string() + "”.");
+        throw HalywardError::failed("Halyward can't find the web-app host at " +
+                                    text::quoted(hostBinary.string()) + ".");
     }
     const fs::path temporary = siblingTemporary(target);
     const auto cleanUp = [&] {
@@ -134,7 +135,7 @@ std::optional<std::string> digest(const fs::path& ofFile) {
     std::ifstream in(ofFile, std::ios::binary);
     if (!in) return std::nullopt;
     const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
-                                                                         &EVP_MD_CTX_free);
+                                                                          &EVP_MD_CTX_free);
     if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {
         return std::nullopt;
     }
@@ -162,8 +163,9 @@ void install(const WebAppBundlePlan& plan, const fs::path& hostBinary,
     // The plan's fields are public; make sure an edited path still names one bundle folder
     // inside the apps folder before anything is written.
     if (plan.bundlePath.filename() != plan.name + ".app") {
-        throw HalywardError::usage("“" + plan.bundlePath.string() + "” is not a bundle path for the app “" +
-                                   plan.name + "”.");
+        throw HalywardError::usage(text::quoted(plan.bundlePath.string()) +
+                                   " is not a bundle path for the app " + text::quoted(plan.name) +
+                                   ".");
     }
     checkIcons(icon, pngIcon);
     const fs::path target = plan.bundlePath;
@@ -211,8 +213,8 @@ void remove(const fs::path& bundlePath, std::string_view home) {
     std::error_code error;
     fs::remove_all(bundlePath, error);
     if (error) {
-        throw HalywardError::failed("Halyward can't remove “" + bundlePath.string() + "”: " +
-                                    error.message() + ".");
+        throw HalywardError::failed("Halyward can't remove " + text::quoted(bundlePath.string()) +
+                                    ": " + systemReason(error.value()) + ".");
     }
 #if !defined(__APPLE__)
     removeDesktopEntries(home, bundlePath);
@@ -245,12 +247,13 @@ std::optional<int> run(const std::string& executable, const std::vector<std::str
 
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(executable.c_str()));
-    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
 
     pid_t child = 0;
-    const int started = posix_spawnp(&child, executable.c_str(), &actions, nullptr, argv.data(),
-                                     environ);
+    const int started =
+        posix_spawnp(&child, executable.c_str(), &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     if (started != 0) return std::nullopt;
     int status = 0;

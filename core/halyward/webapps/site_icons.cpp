@@ -1,8 +1,8 @@
 #include "halyward/webapps/site_icons.hpp"
 
+#include "halyward/text/regex.hpp"
 #include "halyward/text/text.hpp"
-#include "halyward/webapps/address_text.hpp"
-#include "halyward/webapps/html_scan.hpp"
+#include "halyward/web/address.hpp"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -19,11 +19,25 @@ namespace halyward {
 
 namespace {
 
-using detail::Regex;
+using text::Regex;
+using text::RegexMatch;
+
+// Pages may hold any bytes (Latin-1 and other legacy encodings, broken UTF-8), and the
+// patterns only read the ASCII of the markup: a tag must be found even when one of its
+// attributes holds a byte that is not UTF-8.
+Regex pagePattern(std::string_view pattern) { return Regex(pattern, text::RegexSubjects::bytes); }
 
 const Regex& linkTagPattern() {
-    static const Regex pattern("(?i)<link\\b[^>]*>");
+    static const Regex pattern = pagePattern("(?i)<link\\b[^>]*>");
     return pattern;
+}
+
+// The page cut just after its last ">": every pattern used on pages ends in ">", and a
+// start with no ">" after it would make the matcher rescan the rest of the page from
+// every "<link" of a page full of unclosed tags.
+std::string_view throughLastTagEnd(std::string_view html) {
+    const std::size_t last = html.rfind('>');
+    return last == std::string_view::npos ? std::string_view() : html.substr(0, last + 1);
 }
 
 std::string attributePatternText(std::string_view name) {
@@ -39,9 +53,9 @@ std::string attributePatternText(std::string_view name) {
 // The three attributes the scanner reads are compiled once; any other name, asked for by
 // an outside caller, is compiled for that call only.
 const Regex* knownAttributePattern(std::string_view name) {
-    static const Regex rel(attributePatternText("rel"));
-    static const Regex href(attributePatternText("href"));
-    static const Regex sizes(attributePatternText("sizes"));
+    static const Regex rel = pagePattern(attributePatternText("rel"));
+    static const Regex href = pagePattern(attributePatternText("href"));
+    static const Regex sizes = pagePattern(attributePatternText("sizes"));
     if (name == "rel") return &rel;
     if (name == "href") return &href;
     if (name == "sizes") return &sizes;
@@ -78,23 +92,22 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerWord) {
 // Calls `body` with the text of every link tag of the page, in order.
 template <typename Body>
 void forEachLinkTag(std::string_view html, Body body) {
-    const std::string_view page = detail::throughLastTagEnd(html);
-    for (std::size_t offset = 0;;) {
-        const auto match = linkTagPattern().find(page, offset);
-        if (!match) return;
-        if (!body(page.substr(match->begin, match->end - match->begin))) return;
-        offset = match->end;
+    const std::string_view page = throughLastTagEnd(html);
+    RegexMatch match;
+    for (std::size_t offset = 0; linkTagPattern().find(page, offset, match);) {
+        offset = match.end();
+        if (!body(page.substr(match.begin(), offset - match.begin()))) return;
     }
 }
 
 // Numeric and the common named character references; anything else stays as written.
 void appendDecodedReference(std::string& out, std::string_view reference) {
     static const std::map<std::string_view, char32_t> named = {
-        {"amp", U'&'},       {"lt", U'<'},        {"gt", U'>'},        {"quot", U'"'},
-        {"apos", U'\''},     {"nbsp", U'\u00A0'}, {"copy", U'\u00A9'}, {"reg", U'\u00AE'},
-        {"trade", U'\u2122'}, {"hellip", U'\u2026'}, {"mdash", U'\u2014'}, {"ndash", U'\u2013'},
-        {"lsquo", U'\u2018'}, {"rsquo", U'\u2019'}, {"ldquo", U'\u201C'}, {"rdquo", U'\u201D'},
-        {"middot", U'\u00B7'}, {"bull", U'\u2022'}, {"laquo", U'\u00AB'}, {"raquo", U'\u00BB'},
+        {"amp", U'&'},         {"lt", U'<'},          {"gt", U'>'},         {"quot", U'"'},
+        {"apos", U'\''},       {"nbsp", U'\u00A0'},   {"copy", U'\u00A9'},  {"reg", U'\u00AE'},
+        {"trade", U'\u2122'},  {"hellip", U'\u2026'}, {"mdash", U'\u2014'}, {"ndash", U'\u2013'},
+        {"lsquo", U'\u2018'},  {"rsquo", U'\u2019'},  {"ldquo", U'\u201C'}, {"rdquo", U'\u201D'},
+        {"middot", U'\u00B7'}, {"bull", U'\u2022'},   {"laquo", U'\u00AB'}, {"raquo", U'\u00BB'},
     };
     const std::string_view body = reference.substr(1, reference.size() - 2);  // no & and ;
     if (!body.empty() && body.front() == '#') {
@@ -119,7 +132,7 @@ void appendDecodedReference(std::string& out, std::string_view reference) {
 }
 
 std::optional<boost::urls::url> parseBase(std::string_view base) {
-    auto url = detail::parseAddress(base);
+    auto url = parseAddress(base);
     if (!url || !url->has_scheme()) return std::nullopt;
     return url;
 }
@@ -135,7 +148,7 @@ std::optional<std::string> resolveAgainst(std::string_view href, const boost::ur
         if (c != '\t' && c != '\n' && c != '\r') cleaned += c;
     }
     if (text::lowercased(cleaned.substr(0, 5)) == "data:") return std::nullopt;
-    const auto reference = detail::parseAddress(cleaned);
+    const auto reference = parseAddress(cleaned);
     if (!reference) return std::nullopt;
     boost::urls::url absolute;
     if (!boost::urls::resolve(base, *reference, absolute)) return std::nullopt;
@@ -149,13 +162,12 @@ std::optional<std::string> resolveAgainst(std::string_view href, const boost::ur
 std::optional<std::string> attribute(std::string_view name, std::string_view tag) {
     const Regex* known = knownAttributePattern(name);
     std::optional<Regex> adHoc;
-    if (!known) known = &adHoc.emplace(attributePatternText(name));
-    const auto match = known->find(tag);
-    if (!match) return std::nullopt;
-    for (int group = 1; group <= 3; ++group) {
-        if (match->groups[group - 1][0] != std::string_view::npos) {
-            return std::string(match->group(tag, group));
-        }
+    if (!known) known = &adHoc.emplace(pagePattern(attributePatternText(name)));
+    // Called for every attribute of every link tag: one match per thread serves them all.
+    thread_local RegexMatch match;
+    if (!known->find(tag, 0, match)) return std::nullopt;
+    for (std::size_t group = 1; group <= 3; ++group) {
+        if (const auto value = match.group(tag, group)) return std::string(*value);
     }
     return std::nullopt;
 }
@@ -180,8 +192,10 @@ std::optional<std::int64_t> iconSize(std::string_view sizes) {
         const std::string_view width = token.substr(0, separator);
         const std::string_view height = token.substr(separator + 1);
         std::int64_t value = 0;
-        const auto [stop, error] = std::from_chars(width.data(), width.data() + width.size(), value);
-        const bool heightIsNumber = !height.empty() &&
+        const auto [stop, error] =
+            std::from_chars(width.data(), width.data() + width.size(), value);
+        const bool heightIsNumber =
+            !height.empty() &&
             std::all_of(height.begin(), height.end(), [](char c) { return c >= '0' && c <= '9'; });
         if (error != std::errc() || stop != width.data() + width.size() || value < 0 ||
             !heightIsNumber) {
@@ -237,7 +251,8 @@ std::vector<IconCandidate> iconCandidates(std::string_view html, std::string_vie
         return true;
     });
     if (manifest) {
-        if (auto url = resolveAgainst(*manifest, *base)) candidates.push_back({*url, std::nullopt, "manifest"});
+        if (auto url = resolveAgainst(*manifest, *base))
+            candidates.push_back({*url, std::nullopt, "manifest"});
     }
     return candidates;
 }
@@ -256,7 +271,7 @@ std::vector<IconCandidate> manifestIconCandidates(std::string_view bytes,
         const auto* src = icon.as_object().if_contains("src");
         if (!src || !src->is_string()) continue;
         const std::string_view source(src->as_string());
-        if (text::startsWith(source, "data:")) continue;
+        if (source.starts_with("data:")) continue;
         auto url = resolveAgainst(source, *base);
         if (!url) continue;
         const auto* sizes = icon.as_object().if_contains("sizes");
@@ -298,13 +313,13 @@ std::vector<IconCandidate> rankedIcons(const std::vector<IconCandidate>& among) 
 }
 
 std::optional<std::string> pageTitle(std::string_view html) {
-    static const Regex opening("(?i)<title\\b[^>]*>");
-    static const Regex closing("(?i)</title\\b");
-    const auto start = opening.find(detail::throughLastTagEnd(html));
-    if (!start) return std::nullopt;
-    const auto end = closing.find(html, start->end);
-    if (!end) return std::nullopt;
-    const std::string_view raw = html.substr(start->end, end->begin - start->end);
+    static const Regex opening = pagePattern("(?i)<title\\b[^>]*>");
+    static const Regex closing = pagePattern("(?i)</title\\b");
+    RegexMatch match;
+    if (!opening.find(throughLastTagEnd(html), 0, match)) return std::nullopt;
+    const std::size_t start = match.end();
+    if (!closing.find(html, start, match)) return std::nullopt;
+    const std::string_view raw = html.substr(start, match.begin() - start);
 
     std::string decoded;
     for (std::size_t pos = 0; pos < raw.size();) {

@@ -53,6 +53,7 @@ PAGES = {
 </head></html>""",
     "/plain/": "<html><head><title>Plain</title></head><body>no icons</body></html>",
     "/only-gif/": '<html><head><link rel="icon" href="/icons/not-png.png"></head></html>',
+    "/empty-icon/": '<html><head><link rel="icon" href="/icons/empty.png"></head></html>',
 }
 
 MANIFESTS = {

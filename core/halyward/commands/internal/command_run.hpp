@@ -31,6 +31,9 @@ public:
     // The configuration as it is on disk, written from the default template first when
     // there is no file yet.
     ConfigFile load() const;
+    // The configuration as it is on disk without writing anything: a missing file reads
+    // as the default one. Throws the parser's error for a file that does not parse.
+    ConfigFile read() const;
     // A locked read-modify-write of the configuration; see ConfigFile::update.
     ConfigFile edit(const std::function<void(ConfigFile&)>& change) const;
     // Whether something exists at `path`, through the context's probe when it has one.
@@ -54,7 +57,15 @@ bool sameIgnoringCase(std::string_view a, std::string_view b);
 // The tile called `tile`; a usage error listing every tile otherwise.
 TileSlot requireTile(std::string_view tile);
 
+// Whether the chord `canonical` may go to the app with `slug` (a web app's, when it is
+// one) and `bundleIdentifier`: true when that app already holds it, false when nothing
+// does. Throws HalywardError::conflict naming the holder when anything else holds it.
+// `hotkey set` and `app add --hotkey` follow these same rules.
+bool claimChord(const HalywardConfig& config, std::string_view canonical,
+                const std::optional<std::string>& slug, std::string_view bundleIdentifier);
+
 // One function per command, grouped by family in the files named after them.
+CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values);
 CommandOutput appList(const CommandRun& run);
 CommandOutput appRemove(const CommandRun& run, const std::string& name);
 
