@@ -94,6 +94,7 @@ expect 'halyward ' "$top"
 expect 'halyward --json ' "$top"
 expect 'halyward app ' 'add|list|remove'
 expect 'halyward hotkey u' 'unset'
+expect 'halyward help ' 'app'
 expect 'halyward app remove ' 'Mail|Team Chat|mail|team-chat'
 expect 'halyward app remove T' 'Team Chat'
 expect 'halyward --yes app remove t' 'team-chat'

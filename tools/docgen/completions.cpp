@@ -83,33 +83,29 @@ std::string joined(const std::vector<std::string>& words) {
 }
 
 // Prints the configured values of one kind ($3: app, chord or layout) that begin with
-// $4, one per line, from the program $1 reading the configuration file $2. The JSON is
-// compact and key-sorted, so each value is one "key":"string" match; a quote inside a
-// string is always escaped, so no match can start inside another string.
+// $4, one per line, from the program $1 reading the configuration file $2. Only commands
+// that read the file are run: `config show` for the apps (`app list` would also check and
+// refresh every bundle). The JSON is compact and key-sorted, so a value is one
+// "key":"string" match (an app's name is followed by its slug); a quote inside a string is
+// always escaped, so no match can start inside another string.
 constexpr std::string_view configValuesSnippet =
     R"SH(case $3 in
-  app) "$1" --config "$2" --json app list </dev/null 2>/dev/null |
-    grep -oE '"(name|slug)":"([^"\\]|\\.)*"' ;;
+  app) "$1" --config "$2" --json config show </dev/null 2>/dev/null |
+    grep -oE '"name":"([^"\\]|\\.)*","slug":"([^"\\]|\\.)*"' |
+    sed -e 's/^"name":"//' -e 's/"$//' -e 's/","slug":"/\
+/' ;;
   chord) "$1" --config "$2" --json hotkey list </dev/null 2>/dev/null |
-    grep -oE '"chord":"([^"\\]|\\.)*","source":"(app:|hotkeys)' | sed 's/,"source":.*//' ;;
+    grep -oE '"chord":"([^"\\]|\\.)*","source":"(app:|hotkeys)' |
+    sed -e 's/^"chord":"//' -e 's/","source":.*//' ;;
   layout) "$1" --config "$2" --json layout list </dev/null 2>/dev/null |
-    grep -oE '"name":"([^"\\]|\\.)*"' ;;
-esac | sed -e 's/^"[a-zA-Z]*":"//' -e 's/"$//' -e 's/\\\(.\)/\1/g' |
+    grep -oE '"name":"([^"\\]|\\.)*"' | sed -e 's/^"name":"//' -e 's/"$//' ;;
+esac | sed -e 's/\\\(.\)/\1/g' |
   HALYWARD_PREFIX=$4 awk 'index($0, ENVIRON["HALYWARD_PREFIX"]) == 1 && !seen[$0]++')SH";
 
 void fill(std::string& script, std::string_view marker, std::string_view text) {
     for (std::size_t at; (at = script.find(marker)) != std::string::npos;) {
         script.replace(at, marker.size(), text);
     }
-}
-
-std::string indented(std::string_view text, std::string_view indent) {
-    std::string out(indent);
-    for (char c : text) {
-        out += c;
-        if (c == '\n') out += indent;
-    }
-    return out;
 }
 
 // Single quotes for the shells: 'it'\''s'.
@@ -143,7 +139,7 @@ std::string filled(std::string script, const Grammar& grammar, std::string_view 
     fill(script, "@TILES@", joined(grammar.tiles));
     fill(script, "@FLAGS@", globalFlags(grammar));
     fill(script, "@VALUED@", valuedOptions(grammar));
-    fill(script, "@VALUES_SH@", indented(configValuesSnippet, "  "));
+    fill(script, "@VALUES_SH@", configValuesSnippet);
     fill(script, "@VALUES_QUOTED@", fishQuoted(configValuesSnippet));
     return script;
 }
