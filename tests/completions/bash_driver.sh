@@ -1,4 +1,4 @@
-# What Tab offers in bash at the end of a command line, one candidate a line, unquoted.
+# What Tab offers in bash at the end of a command line, one candidate a line.
 #   bash bash_driver.sh <completion script> <line>
 # The line is split into words the way readline does for completion, "=" being a word of
 # its own (it is in COMP_WORDBREAKS).
@@ -10,4 +10,4 @@ COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
 COMP_LINE=$2
 COMP_POINT=${#2}
 _halyward
-for reply in "${COMPREPLY[@]}"; do eval "printf '%s\n' $reply"; done
+printf '%s\n' "${COMPREPLY[@]}"

@@ -3,7 +3,7 @@
 # offers, with a scratch home holding a configuration of two web apps.
 #   completion_test.sh <bash|zsh|fish> <folder of generated completions> <halyward executable>
 set -euo pipefail
-shell=$1 scripts=$2 halyward=$3
+shell=$1 scripts=$(cd "$2" && pwd) halyward=$(cd "$(dirname "$3")" && pwd)/$(basename "$3")
 here=$(cd "$(dirname "$0")" && pwd)
 command -v "$shell" >/dev/null || { echo "$shell is not installed (scripts/install-deps installs it)" >&2; exit 1; }
 
@@ -94,6 +94,7 @@ expect 'halyward ' "$top"
 expect 'halyward --json ' "$top"
 expect 'halyward app ' 'add|list|remove'
 expect 'halyward hotkey u' 'unset'
+expect 'halyward help ' 'app'
 expect 'halyward app remove ' 'Mail|Team Chat|mail|team-chat'
 expect 'halyward app remove T' 'Team Chat'
 expect 'halyward --yes app remove t' 'team-chat'
@@ -129,7 +130,59 @@ if [[ -e $HOME/.config/halyward/config.toml ]]; then
   failures=$((failures + 1))
 fi
 
+# The completions read the configuration with their own small reader; it must find the
+# same names, slugs and chords as halyward does in a file written to trip it up.
 if [[ $shell == bash ]]; then
+  tricky=$scratch/tricky.toml
+  cat >"$tricky" <<'TOML'
+# [apps.commented] is a comment
+[apps."team chat"]   # a quoted table name
+url = "https://chat.example.com"
+name = "Chat \"HQ\" \\ ü"
+hotkey = "ctrl+opt+c"
+user_css = """
+[apps.inside-a-string]
+name = "not an app"
+"""
+
+[apps . lit ]
+url = "https://lit.example.com"
+name = "C:\\path=x"
+
+[apps.café]
+url = "https://cafe.example.com"
+hotkey = ""
+
+[apps.no-address]
+name = "Not an app"
+
+[hotkeys]
+"ctrl+opt+t" = "org.example.Terminal"
+"opt+cmd+x" = { bundle = "org.example.X" }
+
+[layouts."two words"]
+"org.example.Mail" = "left-half"
+TOML
+  ours=$(bash -c "source '$scripts/halyward.bash'; for k in app chord layout; do _halyward_config_values '$tricky' \$k ''; done" | LC_ALL=C sort | paste -sd'|' -)
+  theirs=$({ "$halyward" --config "$tricky" --json config show
+             "$halyward" --config "$tricky" --json hotkey list; } | python3 -c '
+import json, sys
+for line in sys.stdin:
+    result = json.loads(line)["result"]
+    if isinstance(result, dict):
+        for app in result["apps"]:
+            print(app["slug"]); print(app["name"])
+            if app["hotkey"]: print(app["hotkey"])
+        for layout in result["layouts"]:
+            print(layout["name"])
+    else:
+        for hotkey in result:
+            if hotkey["source"] == "hotkeys": print(hotkey["chord"])
+' | LC_ALL=C sort -u | paste -sd'|' -)
+  [[ $ours == "$theirs" ]] || {
+    printf 'bash: the completions read the configuration differently\n  ours:     %s\n  halyward: %s\n' "$ours" "$theirs" >&2
+    failures=$((failures + 1))
+  }
   registered=$(bash -c "source '$scripts/halyward.bash'; complete -p halyward")
   [[ $registered == 'complete -F _halyward halyward' ]] || {
     echo "bash: complete -p halyward says “$registered”" >&2

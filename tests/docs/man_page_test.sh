@@ -37,6 +37,11 @@ while IFS= read -r line; do
   fi
 done < <("$halyward" help)
 need "$(head -1 <<<"$help" | sed 's/^halyward — /halyward - /')"
+# `halyward help app`: its usage lines are the page's (checked above, or their options
+# below), and every line after them.
+while IFS= read -r line; do
+  [[ -n $line ]] && need "$(squeeze <<<"$line")"
+done < <("$halyward" help app | sed '1,/^$/d' | sed '1,/^$/d')
 for option in name hotkey tile icon css js display title config timeout json yes help version; do
   need "--$option"
 done

@@ -9,8 +9,8 @@
 // far (options and their values taken out) are matched against a table of command forms
 // generated from the grammar; the table says which word comes next, what each positional
 // word is, and which options each command uses. Values kept in the user's configuration
-// (web apps, app chords, layouts) come from `halyward --json … list`, filtered by the POSIX
-// snippet below, and only when the configuration file exists, so a Tab never creates it.
+// (web apps, app chords, layouts) are read from the file by the POSIX snippet below, only
+// when the file exists; nothing is written and nothing goes over the network.
 
 namespace halyward::docgen {
 
@@ -82,34 +82,88 @@ std::string joined(const std::vector<std::string>& words) {
     return out;
 }
 
-// Prints the configured values of one kind ($3: app, chord or layout) that begin with
-// $4, one per line, from the program $1 reading the configuration file $2. The JSON is
-// compact and key-sorted, so each value is one "key":"string" match; a quote inside a
-// string is always escaped, so no match can start inside another string.
-constexpr std::string_view configValuesSnippet =
-    R"SH(case $3 in
-  app) "$1" --config "$2" --json app list </dev/null 2>/dev/null |
-    grep -oE '"(name|slug)":"([^"\\]|\\.)*"' ;;
-  chord) "$1" --config "$2" --json hotkey list </dev/null 2>/dev/null |
-    grep -oE '"chord":"([^"\\]|\\.)*","source":"(app:|hotkeys)' | sed 's/,"source":.*//' ;;
-  layout) "$1" --config "$2" --json layout list </dev/null 2>/dev/null |
-    grep -oE '"name":"([^"\\]|\\.)*"' ;;
-esac | sed -e 's/^"[a-zA-Z]*":"//' -e 's/"$//' -e 's/\\\(.\)/\1/g' |
-  HALYWARD_PREFIX=$4 awk 'index($0, ENVIRON["HALYWARD_PREFIX"]) == 1 && !seen[$0]++')SH";
+// Prints the configured values of one kind ($2: app, chord or layout) that begin with $3,
+// one per line, from the configuration file $1: the web apps' table names (slugs) and
+// names, the chords of [hotkeys] and of the web apps, the layouts' table names. A small awk
+// reads the file rather than `halyward --json config show`, because decoding the whole
+// configuration costs a few hundred milliseconds on 5,000 apps and a Tab must answer in
+// under 50; it reads only those tables' headers and keys, skips multi-line strings,
+// decodes quoted keys and strings, and counts a web app only with an address, as the
+// configuration model does. The completion tests check it against what
+// halyward itself reads from a file written to trip it up.
+constexpr std::string_view configValuesSnippet = R"SH(HALYWARD_PREFIX=$3 awk -v kind="$2" '
+function emit(value) {
+  if (value != "" && index(value, ENVIRON["HALYWARD_PREFIX"]) == 1 && !seen[value]++) print value
+}
+# The key or string at the start of s: a basic string with its escapes, or a bare key.
+function unquote(s,   first, out, i, c) {
+  first = substr(s, 1, 1)
+  if (first == "\"") {
+    # Most strings hold no escape: take them whole.
+    s = substr(s, 2)
+    i = index(s, "\"")
+    c = index(s, "\\")
+    if (i && (!c || c > i)) return substr(s, 1, i - 1)
+    s = "\"" s
+    out = ""
+    for (i = 2; i <= length(s); i++) {
+      c = substr(s, i, 1)
+      if (c == "\"") return out
+      if (c == "\\") {
+        c = substr(s, ++i, 1)
+        if (c == "t") c = "\t"
+        else if (c == "n") c = "\n"
+        else if (c == "r") c = "\r"
+      }
+      out = out c
+    }
+    return out
+  }
+  return match(s, /^[^ \t.=\]"#]+/) ? substr(s, 1, RLENGTH) : ""
+}
+# A web app counts once its table is over, and only with an address, as halyward reads it.
+function flush() {
+  if (table == "apps" && url) {
+    if (kind == "app") { emit(slug); emit(name) }
+    if (kind == "chord") emit(hotkey)
+  }
+  table = slug = name = hotkey = url = ""
+}
+function value(line) {
+  sub(/^[^=]*=[ \t]*/, "", line)
+  return unquote(line)
+}
+# Lines inside a multi-line string are text, whatever they look like.
+index($0, "\"\"\"") {
+  line = $0
+  quotes = gsub(/"""/, "", line)
+  if (multiline) { if (quotes % 2) multiline = 0; next }
+  if (quotes % 2) multiline = 1
+}
+multiline { next }
+/^[ \t]*\[/ {
+  flush()
+  header = $0
+  sub(/^[ \t]*\[[ \t]*/, "", header)
+  if (header ~ /^apps[ \t]*\./) table = "apps"
+  else if (header ~ /^layouts[ \t]*\./) table = "layouts"
+  else if (header ~ /^hotkeys[ \t]*\]/) table = "hotkeys"
+  sub(/^[a-z]+[ \t]*\.[ \t]*/, "", header)
+  if (table == "apps") slug = unquote(header)
+  if (table == "layouts" && kind == "layout") emit(unquote(header))
+  next
+}
+table == "apps" && /^[ \t]*name[ \t]*=/ { name = value($0) }
+table == "apps" && /^[ \t]*hotkey[ \t]*=/ { hotkey = value($0) }
+table == "apps" && /^[ \t]*url[ \t]*=/ { url = 1 }
+table == "hotkeys" && kind == "chord" && /^[ \t]*[^ \t#]/ { line = $0; sub(/^[ \t]*/, "", line); emit(unquote(line)) }
+END { flush() }
+' "$1")SH";
 
 void fill(std::string& script, std::string_view marker, std::string_view text) {
     for (std::size_t at; (at = script.find(marker)) != std::string::npos;) {
         script.replace(at, marker.size(), text);
     }
-}
-
-std::string indented(std::string_view text, std::string_view indent) {
-    std::string out(indent);
-    for (char c : text) {
-        out += c;
-        if (c == '\n') out += indent;
-    }
-    return out;
 }
 
 // Single quotes for the shells: 'it'\''s'.
@@ -143,7 +197,7 @@ std::string filled(std::string script, const Grammar& grammar, std::string_view 
     fill(script, "@TILES@", joined(grammar.tiles));
     fill(script, "@FLAGS@", globalFlags(grammar));
     fill(script, "@VALUED@", valuedOptions(grammar));
-    fill(script, "@VALUES_SH@", indented(configValuesSnippet, "  "));
+    fill(script, "@VALUES_SH@", configValuesSnippet);
     fill(script, "@VALUES_QUOTED@", fishQuoted(configValuesSnippet));
     return script;
 }
@@ -159,14 +213,14 @@ _halyward_tiles='@TILES@'
 _halyward_flags='@FLAGS@'
 _halyward_valued=' @VALUED@ '
 
-# The configured values of one kind: program, configuration file, kind, prefix.
+# The configured values of one kind: configuration file, kind, prefix.
 _halyward_config_values() {
 @VALUES_SH@
 }
 
 # Fills COMPREPLY with the values of kind $1 that begin with $2.
 _halyward_values() {
-  local kind=$1 cur=$2 prog=${COMP_WORDS[0]} file
+  local kind=$1 cur=$2 file
   case $kind in
     tile) COMPREPLY=($(compgen -W "$_halyward_tiles" -- "$cur")) ;;
     file) compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- "$cur")) ;;
@@ -174,11 +228,14 @@ _halyward_values() {
     app | chord | layout)
       file=${_halyward_config:-$HOME/.config/halyward/config.toml}
       [[ $file == "~/"* ]] && file=$HOME/${file#"~/"}
-      [[ $prog == "~/"* ]] && prog=$HOME/${prog#"~/"}
       [[ -f $file ]] || return 0
-      local -a found
-      mapfile -t found < <(_halyward_config_values "$prog" "$file" "$kind" "$cur")
-      ((${#found[@]})) && mapfile -t COMPREPLY < <(printf '%q\n' "${found[@]}")
+      # One value a line, taken whole; readline quotes what it inserts (-o filenames), as
+      # names may hold blanks. A command substitution reads in blocks where mapfile from a
+      # pipe reads a byte at a time, which matters with 10,000 values.
+      local IFS=$'\n' -
+      set -f
+      compopt -o filenames 2>/dev/null
+      COMPREPLY=($(_halyward_config_values "$file" "$kind" "$cur"))
       ;;
   esac
   return 0
@@ -275,7 +332,7 @@ _halyward_config_values() {
 
 # Offers the values of kind $1.
 _halyward_values() {
-  local kind=$1 prog=${~words[1]} file
+  local kind=$1 file
   case $kind in
     tile) compadd -a _halyward_tiles ;;
     file) _files ;;
@@ -284,7 +341,7 @@ _halyward_values() {
       file=${~_halyward_config:-$HOME/.config/halyward/config.toml}
       [[ -f $file ]] || return 1
       local -a found
-      found=(${(f)"$(_halyward_config_values $prog $file $kind '')"})
+      found=(${(f)"$(_halyward_config_values $file $kind '')"})
       compadd -a found
       ;;
   esac
@@ -387,14 +444,13 @@ function __halyward_values
             set -q __halyward_config[1]; and set file $__halyward_config
             string match -q '~/*' -- $file; and set file $HOME/(string sub -s 3 -- $file)
             test -f $file; or return
-            sh -c @VALUES_QUOTED@ sh $__halyward_prog $file $kind $cur
+            sh -c @VALUES_QUOTED@ sh $file $kind $cur
     end
 end
 
 function __halyward_complete
     set -l tokens (commandline -opc)
     set -l cur (commandline -ct)
-    set -g __halyward_prog $tokens[1]
     set -g __halyward_config
     set -l typed
     set -l valued
@@ -432,8 +488,10 @@ function __halyward_complete
     if test -n "$valued"
         set -l kind (string replace -- "$valued:" '' (string match -- "$valued:*" $__halyward_valued))
         test -n "$kind"; or return
-        for value in (__halyward_values $kind $cur)
-            printf '%s%s\n' $prefix $value
+        if test -n "$prefix"
+            printf '%s\n' $prefix(__halyward_values $kind $cur)
+        else
+            __halyward_values $kind $cur
         end
         return
     end
@@ -446,9 +504,10 @@ function __halyward_complete
         set -l parts (string split '|' -- $row)
         set -l fwa (string split ' ' -- $parts[1])
         set -l m 0
-        for k in (seq (count $fwa))
-            test $k -le $n; and test "$fwa[$k]" = "$typed[$k]"; or break
+        set -l k 1
+        while test $k -le (count $fwa); and test $k -le $n; and test "$fwa[$k]" = "$typed[$k]"
             set m $k
+            set k (math $k + 1)
         end
         if test $m -eq $n; and test $n -lt (count $fwa)
             contains -- $fwa[(math $n + 1)] $next; or set -a next $fwa[(math $n + 1)]

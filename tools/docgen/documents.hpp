@@ -15,7 +15,7 @@ namespace halyward::docgen {
 std::string manPage(const Grammar& grammar, std::string_view page, std::string_view date);
 
 /// The completion scripts. Each offers the same words; values that live in the user's
-/// configuration come from `halyward --json … list`, run only when the file exists.
+/// configuration are read from the file (the default one or --config's) when it exists.
 std::string bashCompletion(const Grammar& grammar);
 std::string zshCompletion(const Grammar& grammar);
 std::string fishCompletion(const Grammar& grammar);

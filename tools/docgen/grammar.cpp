@@ -19,10 +19,21 @@ std::vector<std::string> lines(std::string_view text) {
     return out;
 }
 
+// Words split at blanks, except that a placeholder of several words ("<style sheet>")
+// stays one word.
 std::vector<std::string> split(std::string_view line) {
     std::vector<std::string> out;
     std::istringstream stream{std::string(line)};
-    for (std::string word; stream >> word;) out.push_back(word);
+    bool open = false;
+    for (std::string word; stream >> word;) {
+        if (open) {
+            out.back() += " " + word;
+        } else {
+            out.push_back(word);
+        }
+        if (word.find('<') != std::string::npos) open = true;
+        if (word.find('>') != std::string::npos) open = false;
+    }
     return out;
 }
 
@@ -110,7 +121,7 @@ void probeOptions(CommandForm& form) {
         base.push_back(probeValue(option.name));
     }
     const Command plain = CommandParser::parse(base).command;
-    if (plain.kind() == Command::Kind::help && form.words != std::vector<std::string>{"help"}) {
+    if (plain.kind() == Command::Kind::help && form.words.front() != "help") {
         throw std::runtime_error("the parser reads “" + form.usage + "” as help");
     }
     for (std::string_view name : CommandParser::optionNames) {
@@ -143,6 +154,46 @@ void probeOptions(CommandForm& form) {
         } else {
             form.options.push_back(
                 Option{std::string(name), "<" + std::string(name) + ">", optionKind(name)});
+        }
+    }
+}
+
+// `halyward help app`: its usage lines (a long one goes on over indented lines) name the
+// placeholders of the options the short help leaves out, and the text after them is kept
+// for the page.
+void readTopic(Grammar& grammar) {
+    const std::vector<std::string> help = lines(HelpText::appText());
+    std::vector<std::string> usages;
+    bool inUsage = false;
+    std::size_t i = 1;
+    for (; i < help.size(); ++i) {
+        const std::string& line = help[i];
+        if (line == "Usage:") {
+            inUsage = true;
+        } else if (inUsage && line.empty()) {
+            ++i;
+            break;
+        } else if (inUsage && startsWith(line, "  halyward ")) {
+            usages.push_back(line.substr(11));
+        } else if (inUsage && !usages.empty()) {
+            usages.back() += " " + line;
+        }
+    }
+    for (; i < help.size(); ++i) grammar.appNotes += help[i] + "\n";
+    if (usages.empty() || grammar.appNotes.empty()) {
+        throw std::runtime_error("halyward help app has no usage lines or no notes");
+    }
+    for (const std::string& usage : usages) {
+        const CommandForm topic = readUsage(usage, true);
+        for (CommandForm& form : grammar.commands) {
+            if (form.words != topic.words) continue;
+            for (Option& option : form.options) {
+                for (const Option& shown : topic.shownOptions) {
+                    if (shown.name == option.name && !shown.placeholder.empty()) {
+                        option.placeholder = shown.placeholder;
+                    }
+                }
+            }
         }
     }
 }
@@ -191,12 +242,13 @@ Grammar readGrammar() {
 
     // Commands the parser knows that the help text leaves out on purpose, to keep it
     // short; `ping` stays undocumented, since only the control protocol uses it.
-    for (std::string_view usage : {"help", "version", "config apply", "skill paths",
+    for (std::string_view usage : {"help", "help app", "version", "config apply", "skill paths",
                                    "skill install <folder>", "skill uninstall <folder> --yes"}) {
         grammar.commands.push_back(readUsage(usage, false));
     }
     for (CommandForm& form : grammar.commands) probeOptions(form);
 
+    readTopic(grammar);
     for (TileSlot slot : allTileSlots) grammar.tiles.emplace_back(rawValue(slot));
     return grammar;
 }

@@ -57,6 +57,8 @@ struct Grammar {
     std::vector<GlobalOption> globals;
     /// The help text after the global flags: tiles and hotkey notes.
     std::string notes;
+    /// The text of `halyward help app` after its usage lines.
+    std::string appNotes;
     /// The help text's first line after "halyward — ".
     std::string tagline;
     std::vector<std::string> tiles;

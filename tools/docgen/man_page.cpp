@@ -211,6 +211,11 @@ std::string manPage(const Grammar& grammar, std::string_view templateText, std::
     replace(page, "@COMMANDS@", commands.substr(0, commands.size() - 1));
     replace(page, "@OPTIONS@", options.substr(0, options.size() - 1));
     replace(page, "@NOTES@", notes);
+    std::string appNotes = ".nf\n";
+    std::istringstream appLines(grammar.appNotes);
+    for (std::string line; std::getline(appLines, line);) appNotes += roff(line) + "\n";
+    appNotes += ".fi";
+    replace(page, "@APP_NOTES@", appNotes);
     replace(page, "@EXIT_STATUS@", exit.substr(0, exit.size() - 1));
     return page;
 }
