@@ -91,14 +91,28 @@ TEST_F(config_disk, a_writer_killed_at_any_moment_leaves_a_complete_version) {
     std::mt19937 random(20240611);
     std::uniform_int_distribution<int> pause(0, 3000);
     for (int round = 0; round < 200; ++round) {
+        // The child says when its first write is done, so that the kill lands inside its
+        // loop of writes and not, on a slow machine, before it has begun.
+        int started[2];
+        ASSERT_EQ(pipe(started), 0);
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
+            close(started[0]);
             for (std::size_t i = round;; ++i) {
                 AtomicFile::write(std::string_view(versions[i % versions.size()]), path.string(),
                                   0644);
+                if (started[1] >= 0) {
+                    (void)!::write(started[1], "x", 1);
+                    close(started[1]);
+                    started[1] = -1;
+                }
             }
         }
+        close(started[1]);
+        char byte = 0;
+        ASSERT_EQ(read(started[0], &byte, 1), 1);
+        close(started[0]);
         std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
