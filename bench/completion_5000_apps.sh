@@ -4,6 +4,8 @@
 # the file with the completions' own awk, beside the shells' start-up and beside what
 # reading it through `halyward --json config show` / `hotkey list` would cost. Goal: each
 # completion within 50 ms, without the network.
+# The first figures are whole shells started for one Tab; the last are what a Tab costs in
+# a shell already running with the completions loaded, which is what a user waits for.
 # Usage: bench/completion_5000_apps.sh <build-dir>   (a Release build gives the figures that count)
 set -euo pipefail
 build=$(cd "${1:?usage: completion_5000_apps.sh <build-dir>}" && pwd)
@@ -47,3 +49,16 @@ hyperfine --warmup 3 --min-runs 20 \
   --command-name 'fish: fish itself (baseline)' "fish --no-config -c true" \
   --command-name 'fish: Tab after app remove' "fish --no-config -c 'source $scripts/halyward.fish; complete -C \"halyward app remove \" | count'" \
   --command-name 'fish: Tab after hotkey unset' "fish --no-config -c 'source $scripts/halyward.fish; complete -C \"halyward hotkey unset \" | count'"
+
+# In a running shell: the mean of 20 Tabs, each filling the candidates for the shell.
+tabs=20
+bash_loop=$(printf 'source %q; tab() { COMP_WORDS=(halyward $1 $2 ""); COMP_CWORD=3; _halyward; }; tab app remove
+start=$EPOCHREALTIME; for ((i = 0; i < %d; i++)); do tab "$@"; done; end=$EPOCHREALTIME
+echo "$(( (${end/./} - ${start/./}) / %d / 1000 )) ms per Tab (${#COMPREPLY[@]} candidates)"' "$scripts/halyward.bash" "$tabs" "$tabs")
+echo "bash, running: Tab after app remove: $(bash -c "$bash_loop" bash app remove)"
+echo "bash, running: Tab after hotkey unset: $(bash -c "$bash_loop" bash hotkey unset)"
+fish_loop="source $scripts/halyward.fish; complete -C \"halyward \$argv \" >/dev/null
+set start (date +%s%N); for i in (seq $tabs); complete -C \"halyward \$argv \" >/dev/null; end; set end (date +%s%N)
+echo (math --scale=0 \"(\$end - \$start) / $tabs / 1000000\") ms per Tab, (complete -C \"halyward \$argv \" | count) candidates"
+echo "fish, running: Tab after app remove: $(fish --no-config -c "$fish_loop" app remove)"
+echo "fish, running: Tab after hotkey unset: $(fish --no-config -c "$fish_loop" hotkey unset)"

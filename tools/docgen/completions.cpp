@@ -82,18 +82,20 @@ std::string joined(const std::vector<std::string>& words) {
     return out;
 }
 
-// Prints the configured values of one kind ($2: app, chord or layout) that begin with $3,
-// one per line, from the configuration file $1: the web apps' table names (slugs) and
-// names, the chords of [hotkeys] and of the web apps, the layouts' table names. A small awk
-// reads the file rather than `halyward --json config show`, because decoding the whole
-// configuration costs a few hundred milliseconds on 5,000 apps and a Tab must answer in
-// under 50; it reads only those tables' headers and keys, skips multi-line strings,
+// Prints the configured values of one kind (the awk variable `kind`: app, chord or layout)
+// that begin with $HALYWARD_PREFIX, one per line, from the configuration file it reads: the
+// web apps' table names (slugs) and names, the chords of [hotkeys] and of the web apps, the
+// layouts' table names. A small awk reads the file rather than `halyward --json config
+// show`, because decoding the whole configuration costs far more than a Tab may take on
+// 5,000 apps; it reads only those tables' headers and keys, skips multi-line strings,
 // decodes quoted keys and strings, and counts a web app only with an address, as the
-// configuration model does. The completion tests check it against what
-// halyward itself reads from a file written to trip it up.
-constexpr std::string_view configValuesSnippet = R"SH(HALYWARD_PREFIX=$3 awk -v kind="$2" '
+// configuration model does. The prefix comes through the environment because -v would
+// read escapes in it. The completion tests check the program against what halyward itself
+// reads from a file written to trip it up.
+constexpr std::string_view configValuesProgram = R"AWK(
+BEGIN { prefix = ENVIRON["HALYWARD_PREFIX"] }
 function emit(value) {
-  if (value != "" && index(value, ENVIRON["HALYWARD_PREFIX"]) == 1 && !seen[value]++) print value
+  if (value != "" && index(value, prefix) == 1 && !seen[value]++) print value
 }
 # The key or string at the start of s: a basic string with its escapes, or a bare key.
 function unquote(s,   first, out, i, c) {
@@ -129,9 +131,10 @@ function flush() {
   }
   table = slug = name = hotkey = url = ""
 }
+# The value after "=", its leading blanks skipped.
 function value(line) {
-  sub(/^[^=]*=[ \t]*/, "", line)
-  return unquote(line)
+  line = substr(line, index(line, "=") + 1)
+  return unquote(match(line, /[^ \t]/) ? substr(line, RSTART) : "")
 }
 # Lines inside a multi-line string are text, whatever they look like.
 index($0, "\"\"\"") {
@@ -153,12 +156,25 @@ multiline { next }
   if (table == "layouts" && kind == "layout") emit(unquote(header))
   next
 }
-table == "apps" && /^[ \t]*name[ \t]*=/ { name = value($0) }
-table == "apps" && /^[ \t]*hotkey[ \t]*=/ { hotkey = value($0) }
-table == "apps" && /^[ \t]*url[ \t]*=/ { url = 1 }
+# One pattern for the keys of a web app, told apart by their first letter: with thousands
+# of apps, a pattern tried on every line costs more than the work done on the few it fits.
+table == "apps" && /^[ \t]*(url|name|hotkey)[ \t]*=/ {
+  match($0, /[a-z]/)
+  c = substr($0, RSTART, 1)
+  if (c == "u") url = 1
+  else if (c == "n") { if (kind == "app") name = value($0) }
+  else if (kind == "chord") hotkey = value($0)
+  next
+}
 table == "hotkeys" && kind == "chord" && /^[ \t]*[^ \t#]/ { line = $0; sub(/^[ \t]*/, "", line); emit(unquote(line)) }
 END { flush() }
-' "$1")SH";
+)AWK";
+
+// The same program as a POSIX shell function body: configuration file, kind, prefix.
+std::string configValuesShell() {
+    return "HALYWARD_PREFIX=$3 awk -v kind=\"$2\" '" + std::string(configValuesProgram) +
+           "' \"$1\"";
+}
 
 void fill(std::string& script, std::string_view marker, std::string_view text) {
     for (std::size_t at; (at = script.find(marker)) != std::string::npos;) {
@@ -197,8 +213,8 @@ std::string filled(std::string script, const Grammar& grammar, std::string_view 
     fill(script, "@TILES@", joined(grammar.tiles));
     fill(script, "@FLAGS@", globalFlags(grammar));
     fill(script, "@VALUED@", valuedOptions(grammar));
-    fill(script, "@VALUES_SH@", configValuesSnippet);
-    fill(script, "@VALUES_QUOTED@", fishQuoted(configValuesSnippet));
+    fill(script, "@VALUES_SH@", configValuesShell());
+    fill(script, "@VALUES_AWK_FISH@", fishQuoted(configValuesProgram));
     return script;
 }
 
@@ -444,7 +460,7 @@ function __halyward_values
             set -q __halyward_config[1]; and set file $__halyward_config
             string match -q '~/*' -- $file; and set file $HOME/(string sub -s 3 -- $file)
             test -f $file; or return
-            sh -c @VALUES_QUOTED@ sh $file $kind $cur
+            HALYWARD_PREFIX="$cur" awk -v kind=$kind @VALUES_AWK_FISH@ $file
     end
 end
 
