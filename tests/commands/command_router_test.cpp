@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include <unistd.h>
+
 using namespace halyward;
 namespace fs = std::filesystem;
 
@@ -165,6 +167,41 @@ TEST_F(RouterFixture, a_file_that_does_not_parse_is_reported_and_never_written) 
     const CommandOutput doctor = run({"doctor"});
     EXPECT_EQ(doctor.exitCode, ExitCode::config);
     EXPECT_EQ(doctor.payload.arrayValue()->size(), 1u);
+}
+
+TEST_F(RouterFixture, a_config_path_that_cannot_hold_the_file_fails_clearly_and_changes_nothing) {
+    writeFile(home / "plain", "x");
+    fs::create_directories(home / "folder");
+    writeFile(home / "unreadable.toml", "version = 1\n");
+    fs::permissions(home / "unreadable.toml", fs::perms::none);
+    fs::create_directories(home / "locked");
+    fs::permissions(home / "locked", fs::perms::owner_read | fs::perms::owner_exec);
+    const Args read{"app", "list"}, edit{"hotkey", "set", "ctrl+shift+q", "com.x.q"};
+    struct Case {
+        fs::path path;
+        Args command;
+        bool onlyByPermissions;  // the superuser reads and writes these all the same
+    };
+    const Case cases[] = {
+        {home / "folder", read, false},
+        {home / "folder", edit, false},
+        {home / "plain/config.toml", read, false},
+        {home / "plain/config.toml", edit, false},
+        {home / "unreadable.toml", {"config", "show"}, true},
+        {home / "locked/config.toml", edit, true},
+    };
+    for (const Case& c : cases) {
+        if (c.onlyByPermissions && ::geteuid() == 0) continue;
+        Args arguments{"--config", c.path.string()};
+        arguments.insert(arguments.end(), c.command.begin(), c.command.end());
+        const CommandOutput output = run(arguments);
+        EXPECT_EQ(output.exitCode, ExitCode::config) << c.path << " " << c.command[0];
+        EXPECT_NE(output.message.find("“" + home.string()), std::string::npos) << output.message;
+    }
+    EXPECT_EQ(readFile(home / "plain"), "x");
+    EXPECT_TRUE(fs::is_empty(home / "folder"));
+    EXPECT_TRUE(fs::is_empty(home / "locked"));
+    EXPECT_FALSE(fs::exists(config)) << "the default file is not the one asked for";
 }
 
 TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst_status) {
