@@ -4,6 +4,7 @@
 #include "halyward/config/config_json.hpp"
 #include "halyward/system/paths.hpp"
 #include "halyward/webapps/application_id.hpp"
+#include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/bundle_plan.hpp"
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
@@ -13,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 using namespace halyward;
@@ -80,47 +80,39 @@ TEST_F(AppFixture, app_add_makes_the_bundle_its_launcher_entry_and_its_record) {
                                       "--css", "body { margin: 0 }", "--js", "console.log(1)"});
     ASSERT_EQ(output.exitCode, ExitCode::ok) << output.message;
     EXPECT_TRUE(progress.empty()) << "--json shows no progress";
+    ASSERT_EQ(decoded().apps.size(), 1u);
+    const WebAppRecord expected{
+        "forms",
+        {site("/forms/"), "Forms", "app.halyward.web.forms", "ctrl+opt+shift+m", "left-half",
+         "body { margin: 0 }", "console.log(1)"}};
+    EXPECT_EQ(decoded().apps[0], expected);
+    EXPECT_EQ(output.payload, appJSON(expected));
 
-    const HalywardConfig config = decoded();
-    ASSERT_EQ(config.apps.size(), 1u);
-    const WebAppRecord& record = config.apps[0];
-    EXPECT_EQ(output.payload, appJSON(record));
-    EXPECT_EQ(record.slug, "forms");
-    EXPECT_EQ(record.spec.url, site("/forms/"));
-    EXPECT_EQ(record.spec.bundleIdentifier, "app.halyward.web.forms");
-    EXPECT_EQ(record.spec.hotkey, "ctrl+opt+shift+m");
-    EXPECT_EQ(record.spec.tile, "left-half");
-    EXPECT_EQ(record.spec.userCSS, "body { margin: 0 }");
-    EXPECT_EQ(record.spec.userJS, "console.log(1)");
-
+    // The bundle carries the shipped host and the site's icon, and the launcher entry shows
+    // that icon; what else goes into both is the bundle writer's business.
     const fs::path contents = bundle("Forms") / "Contents";
     EXPECT_EQ(readFile(contents / "MacOS" / "HalywardWebHost"), readFile(host));
     EXPECT_TRUE(isPNG(bytesOf(readFile(contents / "Resources" / "AppIcon.png"))));
     EXPECT_EQ(readFile(contents / "Resources" / "AppIcon.icns").substr(0, 4), "icns");
     EXPECT_NE(readFile(contents / "Info.plist").find("<string>" + site("/forms/") + "</string>"),
               std::string::npos);
-
-    const fs::path entry = desktopEntryPath(home.string(), applicationID("app.halyward.web.forms"));
-    const std::string text = readFile(entry);
-    EXPECT_NE(text.find("StartupWMClass=app.halyward.web.forms\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("Icon=" + (contents / "Resources" / "AppIcon.png").string()),
-              std::string::npos);
-    if (std::system("command -v desktop-file-validate >/dev/null 2>&1") == 0) {
-        EXPECT_EQ(std::system(("desktop-file-validate '" + entry.string() + "'").c_str()), 0);
-    }
+    const std::string entry =
+        readFile(desktopEntryPath(home.string(), applicationID("app.halyward.web.forms")));
+    EXPECT_NE(entry.find("Icon=" + (contents / "Resources" / "AppIcon.png").string()),
+              std::string::npos)
+        << entry;
 
     // Without --name the app is named after the host; a terminal sees each step.
     const CommandOutput bare = run({"app", "add", site("/plain/")});
     ASSERT_EQ(bare.exitCode, ExitCode::ok) << bare.message;
+    EXPECT_NE(bare.message.find("with the site's icon"), std::string::npos) << bare.message;
     EXPECT_EQ(decoded().apps.back().spec.name, "127.0.0.1");
     EXPECT_EQ(progress, (std::vector<std::string>{"Fetching the page…", "Fetching an icon…",
                                                   "Writing the bundle…"}));
-    // A name of punctuation alone still makes an app, under the slug "app".
-    const CommandOutput punctuation = run({"app", "add", site("/plain/"), "--name", "!!!"});
-    ASSERT_EQ(punctuation.exitCode, ExitCode::ok) << punctuation.message;
-    EXPECT_EQ(decoded().apps.back().slug, "app");
 }
 
+// One row per way `app add` itself refuses; what makes an address, a name or a chord
+// acceptable is tested with those checks.
 TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     const TestSite site;
     writeFile(config, std::string(ConfigFile::defaultText()) +
@@ -137,20 +129,9 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     };
     const Case cases[] = {
         {{"ftp://files.example/"}, ExitCode::usage},
-        {{"https://"}, ExitCode::usage},
-        {{"mailto:a@b.example"}, ExitCode::usage},
-        {{"https://a.example/" + std::string(1 << 20, 'a')}, ExitCode::usage},
-        {{"https://a.example/\x01x"}, ExitCode::usage},
         {{page, "--name", "a/b"}, ExitCode::usage},
-        {{page, "--name", ".."}, ExitCode::usage},
-        {{page, "--name", ".hidden"}, ExitCode::usage},
-        {{page, "--name", "two\nlines"}, ExitCode::usage},
-        {{page, "--name", std::string("nul\0byte", 8)}, ExitCode::usage},
-        {{page, "--name", std::string(10'000, 'n')}, ExitCode::usage},
-        {{page, "--name", ""}, ExitCode::usage},
         {{page, "--name", "X", "--hotkey", "ctrl+nothing"}, ExitCode::usage},
         {{page, "--name", "X", "--hotkey", "ctrl+opt+m"}, ExitCode::conflict},
-        {{page, "--name", "X", "--hotkey", "ctrl+opt+space"}, ExitCode::conflict},
         {{page, "--name", "X", "--tile", "sideways"}, ExitCode::usage},
         {{page, "--name", "X", "--icon", "folder.png"}, ExitCode::usage},
         {{page, "--name", "X", "--icon", "missing.png"}, ExitCode::notFound},
@@ -165,17 +146,17 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         Args arguments{"app", "add"};
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
         const CommandOutput output = run(arguments);
-        EXPECT_EQ(output.exitCode, c.exitCode)
-            << c.arguments[0].substr(0, 40) << " " << c.arguments.back().substr(0, 40) << ": "
-            << output.message;
-        EXPECT_FALSE(output.message.empty());
+        EXPECT_EQ(output.exitCode, c.exitCode) << c.arguments.back() << ": " << output.message;
         EXPECT_EQ(traces(), before) << output.message;
     }
     EXPECT_TRUE(progress.empty()) << "nothing was fetched";
 
-    // No host, an apps folder that cannot be made, a file that does not parse.
-    context.webHost = (home / "nowhere").string();
-    EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::unavailable);
+    // No host (none named, or none beside the program), an apps folder that cannot be
+    // made, a file that does not parse.
+    for (const std::string& none : {(home / "nowhere").string(), std::string()}) {
+        context.webHost = none;
+        EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::unavailable);
+    }
     context.webHost = host.string();
     writeFile(apps, "a file where the apps folder should be");
     EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::failed);
@@ -187,33 +168,17 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     EXPECT_FALSE(fs::exists(apps / "X.app"));
 }
 
-TEST_F(AppFixture, a_site_without_an_icon_still_gets_its_app_and_the_message_says_why) {
-    const TestSite site, bare(true);
-    struct Case {
-        std::string url;
-        bool icon;
-        std::string says;
-    };
-    const Case cases[] = {
-        {site("/loop"), false,
-         "without an icon: the site could not be reached: too many redirects"},
-        {bare("/empty-icon/"), false, "without an icon: the site offers no PNG icon"},
-        {bare("/only-gif/"), false, "without an icon: the site offers no PNG icon"},
-        {site("/endless/"), true, "with the site's icon"},  // the page is cut at its cap
-        {site("/plain/"), true, "with the site's icon"},    // /apple-touch-icon.png
-    };
-    int n = 0;
-    for (const Case& c : cases) {
-        const std::string name = "App " + std::to_string(++n);
-        const CommandOutput output = run({"app", "add", c.url, "--name", name});
-        ASSERT_EQ(output.exitCode, ExitCode::ok) << c.url << ": " << output.message;
-        EXPECT_NE(output.message.find(c.says), std::string::npos) << output.message;
-        EXPECT_EQ(fs::exists(bundle(name) / "Contents" / "Resources" / "AppIcon.png"), c.icon);
-        EXPECT_TRUE(fs::exists(bundle(name) / "Contents" / "MacOS" / "HalywardWebHost"));
-    }
-    EXPECT_EQ(decoded().apps.size(), std::size(cases));
+TEST_F(AppFixture, an_app_without_a_site_icon_says_why_and_a_local_icon_fetches_nothing) {
+    const TestSite bare(true);
+    const CommandOutput output = run({"app", "add", bare("/empty-icon/"), "--name", "Bare"});
+    ASSERT_EQ(output.exitCode, ExitCode::ok) << output.message;
+    EXPECT_NE(output.message.find("without an icon: the site offers no PNG icon"),
+              std::string::npos)
+        << output.message;
+    EXPECT_FALSE(fs::exists(bundle("Bare") / "Contents" / "Resources" / "AppIcon.png"));
+    EXPECT_TRUE(fs::exists(bundle("Bare") / "Contents" / "MacOS" / "HalywardWebHost"));
 
-    // --icon takes a local PNG and fetches nothing, not even from a site that is down.
+    // Not even from a site that is down.
     writeFile(home / "pics" / "mine.png", kPNG);
     progress.clear();
     const CommandOutput mine =
@@ -278,12 +243,10 @@ TEST_F(AppFixture, app_list_shows_each_bundle_and_brings_hosts_up_to_date) {
 TEST_F(AppFixture, app_remove_takes_bundle_entry_and_record_and_keeps_website_data) {
     const TestSite site;
     ASSERT_EQ(run({"app", "add", site("/forms/"), "--name", "Forms"}).exitCode, ExitCode::ok);
-    const std::string plist = readFile(bundle("Forms") / "Contents" / "Info.plist");
-    const std::string key = "<key>HWDataStoreUUID</key>\n  <string>";
-    const std::size_t at = plist.find(key);
-    ASSERT_NE(at, std::string::npos);
-    const std::string uuid = plist.substr(at + key.size(), 36);
-    const fs::path data = websiteDataFolder(home.string(), *UUID::parse(uuid));
+    const auto store =
+        UUID::parse(readBundleInfo(bundle("Forms")).value().string("HWDataStoreUUID").value_or(""));
+    ASSERT_TRUE(store);
+    const fs::path data = websiteDataFolder(home.string(), *store);
     writeFile(data / "cookies", "session");
     const fs::path entry = desktopEntryPath(home.string(), "app.halyward.web.forms");
     ASSERT_TRUE(fs::exists(entry));
@@ -296,6 +259,7 @@ TEST_F(AppFixture, app_remove_takes_bundle_entry_and_record_and_keeps_website_da
     EXPECT_TRUE(decoded().apps.empty());
     EXPECT_EQ(readFile(data / "cookies"), "session");
     EXPECT_TRUE(fs::is_empty(apps)) << "no hidden copy left behind";
+    EXPECT_EQ(run({"app", "remove", "forms", "--yes"}).exitCode, ExitCode::notFound);
 
     // A configuration that does not parse leaves the bundle where it was.
     ASSERT_EQ(run({"app", "add", site("/plain/"), "--name", "Plain"}).exitCode, ExitCode::ok);

@@ -1,7 +1,8 @@
 #include "halyward/commands/command_parser.hpp"
-#include "halyward/base/error.hpp"
 #include "halyward/commands/help_text.hpp"
 #include "halyward/tiling/tile_slot.hpp"
+
+#include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,12 +15,9 @@ namespace {
 
 using Args = std::vector<std::string>;
 
-Invocation withCommand(Command command, bool json = false, bool yes = false) {
-    Invocation invocation;
-    invocation.json = json;
-    invocation.yes = yes;
-    invocation.command = std::move(command);
-    return invocation;
+Invocation withCommand(Command command, bool json = false, bool yes = false,
+                       std::optional<std::string> configPath = std::nullopt, double timeout = 5.0) {
+    return {json, yes, std::move(configPath), timeout, std::move(command)};
 }
 
 }  // namespace
@@ -77,27 +75,19 @@ TEST(command_parser, reads_global_flags_anywhere_and_help_or_version_stop_readin
         Args arguments;
         Invocation invocation;
     };
-    Invocation everything = withCommand(Command::appList(), true, true);
-    everything.configPath = "/c.toml";
-    everything.timeout = 0.5;
-    Invocation configured = withCommand(Command::version(), true);
-    configured.configPath = "x";
-    Invocation emptyConfig = withCommand(Command::help());
-    emptyConfig.configPath = "";
-    Invocation longWait = withCommand(Command::help());
-    longWait.timeout = 100.0;
     const Case cases[] = {
         {{"app", "--json", "list", "--yes", "--json", "--config", "/c.toml", "--timeout=0.5"},
-         everything},
+         withCommand(Command::appList(), true, true, "/c.toml", 0.5)},
         {{"--json"}, withCommand(Command::help(), true)},
         // The value of an option is taken as it stands, even when it looks like a flag.
         {{"app", "add", "U", "--name", "--json"}, withCommand(Command::appAdd("U", "--json"))},
-        {{"--config="}, emptyConfig},
-        {{"--timeout", "+1e2"}, longWait},
+        {{"--config="}, withCommand(Command::help(), false, false, "")},
+        {{"--timeout", "+1e2"}, withCommand(Command::help(), false, false, std::nullopt, 100.0)},
         {{"--help", "--bogus"}, withCommand(Command::help())},
         {{"-h", "--frameless"}, withCommand(Command::help())},
         {{"--json", "app", "bogus", "--help"}, withCommand(Command::help(), true)},
-        {{"--json", "--config", "x", "--version", "--timeout", "0"}, configured},
+        {{"--json", "--config", "x", "--version", "--timeout", "0"},
+         withCommand(Command::version(), true, false, "x")},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::PrintToString(c.arguments));
@@ -157,13 +147,9 @@ TEST(command_parser, refuses_wrong_words_with_fixed_messages) {
         {{"skill", "list"}, "Unknown skill command list."},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(::testing::PrintToString(c.arguments));
-        try {
-            CommandParser::parse(c.arguments);
-            ADD_FAILURE() << "parsed without error";
-        } catch (const HalywardError& error) {
-            EXPECT_EQ(error, HalywardError::usage(c.message));
-        }
+        EXPECT_EQ(thrownBy([&] { CommandParser::parse(c.arguments); }),
+                  HalywardError::usage(c.message))
+            << ::testing::PrintToString(c.arguments);
     }
 }
 

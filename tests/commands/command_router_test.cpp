@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include <unistd.h>
+
 using namespace halyward;
 namespace fs = std::filesystem;
 
@@ -82,46 +84,30 @@ TEST_F(RouterFixture, removals_need_yes_or_a_yes_from_the_user) {
     EXPECT_TRUE(decoded().hotkeys.empty());
 }
 
-TEST_F(RouterFixture, app_remove_deletes_the_bundle_folder_but_only_inside_the_apps_folder) {
-    writeConfig(kMailApp);
-    const fs::path bundle = fs::path(HalywardPaths::appsDirectory(home.string())) / "Mail.app";
-    fs::create_directories(bundle / "Contents");
-    const CommandOutput output = run({"--yes", "app", "remove", "Mail"});
-    EXPECT_EQ(output.exitCode, ExitCode::ok) << output.message;
-    EXPECT_FALSE(fs::exists(bundle));
-    EXPECT_EQ(run({"--yes", "app", "remove", "Mail"}).exitCode, ExitCode::notFound);
-    EXPECT_EQ(run({"app", "add", "https://x.example", "--name", "X"}).exitCode,
-              ExitCode::unavailable);
-}
-
 TEST_F(RouterFixture, hotkey_set_validates_resolves_and_refuses_taken_chords) {
     writeConfig(std::string(kMailApp) + "\n[hotkeys]\n\"shift+cmd+s\" = \"com.example.s\"\n");
     struct Case {
-        Args arguments;
+        std::string chord;
+        std::string target;
         int exitCode;
         std::string inMessage;
     };
     const Case cases[] = {
-        {{"hotkey", "set", "cmd+opt+m", "Mail"}, ExitCode::ok, "opt+cmd+m now brings up “Mail”"},
-        {{"hotkey", "set", "opt+cmd+m", "app.halyward.web.mail"}, ExitCode::ok, "nothing changed"},
-        {{"hotkey", "set", "cmd+shift+s", "Mail"},
-         ExitCode::conflict,
-         "already used by “com.example.s”"},
-        {{"hotkey", "set", "ctrl+opt+space", "Mail"}, ExitCode::conflict, "tile-mode hotkey"},
-        {{"hotkey", "set", "opt+cmd+m", "com.example.other"},
-         ExitCode::conflict,
-         "the web app “Mail”"},
-        {{"hotkey", "set", "ctrl+left", "com.example.left"},
-         ExitCode::ok,
-         "Warning: macOS uses this chord."},
-        {{"hotkey", "set", "ctrl+shift+f", "Files"}, ExitCode::ok, "“Files”"},
-        {{"hotkey", "set", "bogus+q", "Mail"}, ExitCode::usage, "bogus"},
-        {{"hotkey", "set", "ctrl+shift+q", "Nowhere"}, ExitCode::notFound, "“Nowhere”"},
-        {{"hotkey", "set", "ctrl+shift+q", "a b.c"}, ExitCode::notFound, "“a b.c”"},
+        {"cmd+opt+m", "Mail", ExitCode::ok, "opt+cmd+m now brings up “Mail”"},
+        {"opt+cmd+m", "app.halyward.web.mail", ExitCode::ok, "nothing changed"},
+        {"cmd+shift+s", "Mail", ExitCode::conflict, "already used by “com.example.s”"},
+        {"ctrl+opt+space", "Mail", ExitCode::conflict, "tile-mode hotkey"},
+        {"opt+cmd+m", "com.example.other", ExitCode::conflict, "the web app “Mail”"},
+        {"ctrl+left", "com.example.left", ExitCode::ok, "Warning: macOS uses this chord."},
+        {"ctrl+shift+f", "Files", ExitCode::ok, "“Files”"},
+        {"bogus+q", "Mail", ExitCode::usage, "bogus"},
+        {"ctrl+shift+q", "Nowhere", ExitCode::notFound, "“Nowhere”"},
+        {"ctrl+shift+q", "a b.c", ExitCode::notFound, "“a b.c”"},
     };
     for (const Case& c : cases) {
-        const CommandOutput output = run(c.arguments);
-        EXPECT_EQ(output.exitCode, c.exitCode) << c.arguments[2] << ": " << output.message;
+        const CommandOutput output = run({"hotkey", "set", c.chord, c.target});
+        EXPECT_EQ(output.exitCode, c.exitCode)
+            << c.chord << " " << c.target << ": " << output.message;
         EXPECT_NE(output.message.find(c.inMessage), std::string::npos) << output.message;
     }
     const HalywardConfig result = decoded();
@@ -181,6 +167,41 @@ TEST_F(RouterFixture, a_file_that_does_not_parse_is_reported_and_never_written) 
     const CommandOutput doctor = run({"doctor"});
     EXPECT_EQ(doctor.exitCode, ExitCode::config);
     EXPECT_EQ(doctor.payload.arrayValue()->size(), 1u);
+}
+
+TEST_F(RouterFixture, a_config_path_that_cannot_hold_the_file_fails_clearly_and_changes_nothing) {
+    writeFile(home / "plain", "x");
+    fs::create_directories(home / "folder");
+    writeFile(home / "unreadable.toml", "version = 1\n");
+    fs::permissions(home / "unreadable.toml", fs::perms::none);
+    fs::create_directories(home / "locked");
+    fs::permissions(home / "locked", fs::perms::owner_read | fs::perms::owner_exec);
+    const Args read{"app", "list"}, edit{"hotkey", "set", "ctrl+shift+q", "com.x.q"};
+    struct Case {
+        fs::path path;
+        Args command;
+        bool onlyByPermissions;  // the superuser reads and writes these all the same
+    };
+    const Case cases[] = {
+        {home / "folder", read, false},
+        {home / "folder", edit, false},
+        {home / "plain/config.toml", read, false},
+        {home / "plain/config.toml", edit, false},
+        {home / "unreadable.toml", {"config", "show"}, true},
+        {home / "locked/config.toml", edit, true},
+    };
+    for (const Case& c : cases) {
+        if (c.onlyByPermissions && ::geteuid() == 0) continue;
+        Args arguments{"--config", c.path.string()};
+        arguments.insert(arguments.end(), c.command.begin(), c.command.end());
+        const CommandOutput output = run(arguments);
+        EXPECT_EQ(output.exitCode, ExitCode::config) << c.path << " " << c.command[0];
+        EXPECT_NE(output.message.find("“" + home.string()), std::string::npos) << output.message;
+    }
+    EXPECT_EQ(readFile(home / "plain"), "x");
+    EXPECT_TRUE(fs::is_empty(home / "folder"));
+    EXPECT_TRUE(fs::is_empty(home / "locked"));
+    EXPECT_FALSE(fs::exists(config)) << "the default file is not the one asked for";
 }
 
 TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst_status) {

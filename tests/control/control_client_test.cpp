@@ -2,10 +2,12 @@
 #include "halyward/control/internal/local_socket.hpp"
 #include "halyward/control/rpc_codec.hpp"
 #include "support/scratch_folder.hpp"
+#include "support/thrown.hpp"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <optional>
 #include <thread>
 
 #include <poll.h>
@@ -48,15 +50,6 @@ std::string line(const RPCResponse& response) {
     return {bytes.begin(), bytes.end()};
 }
 
-HalywardError thrownBy(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const HalywardError& error) {
-        return error;
-    }
-    return HalywardError("none", "nothing was thrown", 0);
-}
-
 }  // namespace
 
 TEST_F(ClientTest, reports_not_running_when_nothing_listens) {
@@ -96,8 +89,6 @@ TEST_F(ClientTest, rejects_answers_it_cannot_trust) {
     const std::pair<Reply, std::string> cases[] = {
         {[](const RPCRequest&) { return line(RPCResponse("other", 0, "hi", "null")); }, "failed"},
         {[](const RPCRequest& r) { return line(RPCResponse(r.id, 0, "hi", "{nope")); }, "failed"},
-        {[](const RPCRequest& r) { return line(RPCResponse(r.id, 1ll << 40, "hi", "null")); },
-         "failed"},
         {[](const RPCRequest& r) { return "{\"id\":\"" + r.id + "\"}\n"; }, "failed"},
         {[](const RPCRequest&) { return std::string("{\"id\":"); }, "failed"},
         {[](const RPCRequest&) { return std::string(); }, "unavailable"},
@@ -122,18 +113,15 @@ TEST_F(ClientTest, takes_only_exit_statuses_the_program_defines) {
     // would exit 255, so statuses outside 0 to 8 are an unexpected answer, not the app's.
     const std::string path = folder + "/status.sock";
     UniqueFd listener = listenAt(path);
-    const std::int64_t statuses[] = {0, 4, 8, 9, 256, -1, 2147483648ll, -2147483648ll};
-    for (const std::int64_t status : statuses) {
+    for (const std::int64_t status : {0ll, 8ll, 9ll, 256ll, -1ll, 1ll << 32}) {
         std::thread server = fakeServer(listener.get(), [status](const RPCRequest& r) {
             return line(RPCResponse(r.id, status, "from the app", "null"));
         });
-        const HalywardError error = thrownBy([&] {
-            const CommandOutput output = ControlClient::send(path, {"ping"}, 5);
-            throw HalywardError("taken", output.message, output.exitCode);
-        });
+        std::optional<CommandOutput> output;
+        const HalywardError error = thrownBy([&] { output = ControlClient::send(path, {}, 5); });
         server.join();
         if (status >= 0 && status <= 8) {
-            EXPECT_EQ(error, HalywardError("taken", "from the app", static_cast<int>(status)));
+            EXPECT_EQ(output, (CommandOutput{static_cast<int>(status), "from the app", {}}));
         } else {
             EXPECT_EQ(error, HalywardError::failed(
                                  "Halyward answered something unexpected: the exit status " +
