@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <limits>
-#include <tuple>
 
 #include "halyward/tiling/tile_slot.hpp"
 #include "tiling_test_support.hpp"
@@ -26,21 +25,21 @@ std::size_t screenOf(const Frame& frame, const std::vector<Frame>& screens) {
 TEST(display_move, target_index_wraps_in_both_directions_and_needs_two_screens) {
     constexpr auto big = std::numeric_limits<std::int64_t>::max();
     constexpr auto small = std::numeric_limits<std::int64_t>::min();
-    // {window x, window y, delta, screen holding the moved window's centre}
-    const std::tuple<double, double, std::int64_t, std::size_t>
-        cases
-            [] =
-                {
-                    {100, 100, 1, 1},   {100, 100, -1, 2},   {100, 100, 4, 1},
-                    {100, 100, 0, 0},   {100, 100, -3, 0},   {2100, 100, 1, 0},
-                    {2100, 100, -4, 1}, {1100, 100, big, 2}, {1100, 100, small, 2},
-                    {100, 5000, 1, 1},  // below every screen: counts as being on the first
-                    {NAN, 100, -1, 3},  // a NaN centre is on no screen and its moved frame stays NaN
-                };
-    for (const auto& [x, y, delta, expected] : cases) {
-        const auto shift = displayMove({x, y, 200, 200}, threeScreens, delta, 0);
+    struct Case {
+        double x, y;
+        std::int64_t delta;
+        std::size_t screen;  // the screen that holds the moved window's centre
+    };
+    // The last two windows sit below every screen, which counts as being on the first, and
+    // on no screen at all (a NaN centre), which leaves the moved frame NaN.
+    const Case cases[] = {{100, 100, 1, 1},   {100, 100, -1, 2},   {100, 100, 4, 1},
+                          {100, 100, 0, 0},   {100, 100, -3, 0},   {2100, 100, 1, 0},
+                          {2100, 100, -4, 1}, {1100, 100, big, 2}, {1100, 100, small, 2},
+                          {100, 5000, 1, 1},  {NAN, 100, -1, 3}};
+    for (const Case& c : cases) {
+        const auto shift = displayMove({c.x, c.y, 200, 200}, threeScreens, c.delta, 0);
         ASSERT_EQ(shift.kind(), DisplayShift::Kind::moved);
-        EXPECT_EQ(screenOf(*shift.frame(), threeScreens), expected) << x << " by " << delta;
+        EXPECT_EQ(screenOf(*shift.frame(), threeScreens), c.screen) << c.x << " by " << c.delta;
     }
     // A centre on the shared edge belongs to the screen on the right.
     EXPECT_EQ(screenOf(*displayMove({900, 0, 200, 100}, threeScreens, 1, 0).frame(), threeScreens),

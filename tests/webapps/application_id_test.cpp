@@ -34,7 +34,6 @@ TEST(application_id_test, long_identifiers_stay_valid_and_distinct) {
     EXPECT_TRUE(isValidApplicationID(applicationID(a)));
     EXPECT_LE(applicationID(a).size(), 255u);
     EXPECT_NE(applicationID(a), applicationID(b));
-    EXPECT_EQ(applicationID(a), applicationID(a));
 }
 
 TEST(application_id_test, validity_follows_the_desktop_rules) {

@@ -1,14 +1,13 @@
 #include "halyward/webapps/bundle_info.hpp"
 
+#include "support/scratch_folder.hpp"
+
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 #include <sys/stat.h>
 
-#include <unistd.h>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace fs = std::filesystem;
@@ -41,14 +40,6 @@ std::string binaryFrom(const char* xml) {
     return out;
 }
 
-struct ScratchBundle {
-    fs::path root =
-        fs::temp_directory_path() / ("halyward-bundle-info-" + std::to_string(::getpid()));
-    fs::path plist = root / "Contents" / "Info.plist";
-    ScratchBundle() { fs::create_directories(plist.parent_path()); }
-    ~ScratchBundle() { fs::remove_all(root); }
-};
-
 }  // namespace
 
 TEST(bundle_info_test, reads_only_text_entries_from_xml_and_binary) {
@@ -73,16 +64,18 @@ TEST(bundle_info_test, refuses_what_is_not_a_dictionary_plist) {
 }
 
 TEST(bundle_info_test, reads_a_bundle_and_refuses_non_regular_files) {
-    ScratchBundle bundle;
-    EXPECT_FALSE(readBundleInfo(bundle.root)) << "missing";
-    ASSERT_EQ(::mkfifo(bundle.plist.c_str(), 0600), 0);
-    EXPECT_FALSE(readBundleInfo(bundle.root)) << "a FIFO must not block the reader";
-    fs::remove(bundle.plist);
-    fs::create_directory(bundle.plist);
-    EXPECT_FALSE(readBundleInfo(bundle.root)) << "a folder";
-    fs::remove(bundle.plist);
-    std::ofstream(bundle.plist, std::ios::binary) << binaryFrom(kXML);
-    const auto info = readBundleInfo(bundle.root);
+    ScratchFolder bundle;
+    const fs::path plist = bundle.path / "Contents" / "Info.plist";
+    EXPECT_FALSE(readBundleInfo(bundle.path)) << "missing";
+    fs::create_directories(plist.parent_path());
+    ASSERT_EQ(::mkfifo(plist.c_str(), 0600), 0);
+    EXPECT_FALSE(readBundleInfo(bundle.path)) << "a FIFO must not block the reader";
+    fs::remove(plist);
+    fs::create_directory(plist);
+    EXPECT_FALSE(readBundleInfo(bundle.path)) << "a folder";
+    fs::remove(plist);
+    writeFile(plist, binaryFrom(kXML));
+    const auto info = readBundleInfo(bundle.path);
     ASSERT_TRUE(info);
     EXPECT_EQ(info->string("HWURL"), "https://mail.example.com/");
 }

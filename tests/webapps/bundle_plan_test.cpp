@@ -119,7 +119,6 @@ TEST(bundle_plan, puts_the_bundle_directly_inside_the_folder) {
     const WebAppBundlePlan mail = plan("Mail", "/Users/ann/Applications/Halyward Apps");
     EXPECT_EQ(mail.bundlePath, "/Users/ann/Applications/Halyward Apps/Mail.app");
     EXPECT_EQ(webHostExecutable(mail.bundlePath), "/Users/ann/Applications/Halyward Apps/Mail.app/Contents/MacOS/HalywardWebHost");
-    EXPECT_EQ(WebAppBundlePlan::executableName(), "HalywardWebHost");
 }
 
 TEST(bundle_plan, writes_the_info_plist_template_byte_for_byte) {

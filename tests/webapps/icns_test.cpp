@@ -1,15 +1,12 @@
 #include "halyward/webapps/icns.hpp"
 #include "halyward/text/shell_quote.hpp"
 
-#include <gtest/gtest.h>
+#include "support/scratch_folder.hpp"
 
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 using namespace halyward;
 using Bytes = std::vector<std::uint8_t>;
@@ -78,19 +75,16 @@ TEST(icns_writer, png_test_looks_at_the_first_four_signature_bytes_only) {
 // icns2png lists "ic07" but only decodes "ic08", and it re-encodes what it extracts, so
 // the decoded pixels are compared.
 TEST(icns_cross_check, icns2png_reads_both_slots_and_extracts_the_same_pixels) {
-    const auto dir =
-        std::filesystem::temp_directory_path() / ("icns-test-" + std::to_string(getpid()));
-    std::filesystem::create_directories(dir / "out");
+    const ScratchFolder dir;
     const std::string tool = std::string(HALYWARD_TEST_DATA) + "/webapps/png_tool.py";
     const auto png = [&](const char* side, const char* name) {
-        runShell({HALYWARD_PYTHON3, tool, "make", side, side, (dir / name).string()});
-        std::ifstream in(dir / name, std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(in), {});
+        runShell({HALYWARD_PYTHON3, tool, "make", side, side, dir / name});
+        const std::string bytes = readFile(dir / name);
+        return Bytes(bytes.begin(), bytes.end());
     };
     const auto write = [&](const char* name, const Bytes& data) {
-        std::ofstream(dir / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(data.data()), static_cast<long>(data.size()));
-        return (dir / name).string();
+        writeFile(dir / name, std::string(data.begin(), data.end()));
+        return dir / name;
     };
     const Bytes small = png("128", "small.png"), large = png("256", "large.png");
     ASSERT_TRUE(isPNG(small) && small.size() <= 80000 && isPNG(large) && large.size() > 80000);
@@ -106,13 +100,12 @@ TEST(icns_cross_check, icns2png_reads_both_slots_and_extracts_the_same_pixels) {
         << listing;
     EXPECT_NE(listing.find("2 elements total"), std::string::npos) << listing;
 
-    const std::string log = runShell({"icns2png", "-x", "-o", (dir / "out").string(),
+    std::filesystem::create_directories(dir.path / "out");
+    const std::string log = runShell({"icns2png", "-x", "-o", dir / "out",
                                       write("large.icns", ICNSWriter::wrappingPNG(large))});
-    const auto extracted = dir / "out" / "large_256x256x32.png";
+    const std::string extracted = dir / "out/large_256x256x32.png";
     ASSERT_TRUE(std::filesystem::exists(extracted)) << log;
-    const std::string want =
-        runShell({HALYWARD_PYTHON3, tool, "pixels", (dir / "large.png").string()});
+    const std::string want = runShell({HALYWARD_PYTHON3, tool, "pixels", dir / "large.png"});
     EXPECT_EQ(want.substr(0, 8), "256x256 ");
-    EXPECT_EQ(runShell({HALYWARD_PYTHON3, tool, "pixels", extracted.string()}), want);
-    std::filesystem::remove_all(dir);
+    EXPECT_EQ(runShell({HALYWARD_PYTHON3, tool, "pixels", extracted}), want);
 }
