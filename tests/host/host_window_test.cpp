@@ -25,7 +25,8 @@ TEST_F(WindowTest, the_matching_record_sets_style_script_and_user_agent) {
     std::string large;  // the last of 5,000 apps is found all the same
     for (int i = 0; i < 5000; ++i) {
         const std::string n = std::to_string(i);
-        large += "[apps.app" + n + "]\nurl = \"https://a" + n + "/\"\nuser_css = \"#" + n + "{}\"\n";
+        large += "[apps.app" + n + "]\nurl = \"https://a" + n + "/\"\nuser_css = \"#" + n +
+                 "{}\"\n";
     }
     struct Case { std::string config, slug, css, script; bool customAgent; };
     const Case cases[] = {
@@ -49,8 +50,8 @@ TEST_F(WindowTest, the_matching_record_sets_style_script_and_user_agent) {
         writeConfig(c.config);
         const std::string name = c.config.substr(0, 60);
         WebWindowController& controller = launch("https://mail.example.com/", c.slug);
-        EXPECT_EQ(configuration().userScripts, std::vector<std::string>{pageScript(c.css, c.script)})
-            << name;
+        EXPECT_EQ(configuration().userScripts,
+                  std::vector<std::string>{pageScript(c.css, c.script)}) << name;
         EXPECT_EQ(view(controller).userAgent,
                   c.customAgent ? std::optional<std::string>("Halyward/1.0.1") : std::nullopt)
             << name;
@@ -65,8 +66,9 @@ TEST(window_geometry, sizes_follow_the_chrome) {
     };
     for (const auto& c : cases) {
         const WindowOptions spec = windowOptions(c.chrome, c.popup, "T");
-        EXPECT_EQ(spec.contentRect, (Frame{0, 0, c.width, c.height})) << c.width << "x" << c.height;
-        EXPECT_EQ(spec.fullSizeContentView, c.chrome == WindowChrome::slim) << c.width << "x" << c.height;
+        const std::string name = std::to_string(c.width) + " x " + std::to_string(c.height);
+        EXPECT_EQ(spec.contentRect, (Frame{0, 0, c.width, c.height})) << name;
+        EXPECT_EQ(spec.fullSizeContentView, c.chrome == WindowChrome::slim) << name;
     }
 }
 
@@ -165,4 +167,6 @@ TEST(rendering, software_renderers_turn_compositing_off) {
     for (const auto& c : cases) {
         EXPECT_EQ(isSoftwareRenderer(c.renderer), c.software) << c.renderer;
     }
+    // Compositing follows the renderer: on with real hardware, off for a software rasteriser.
+    EXPECT_TRUE(useAcceleratedCompositing(true) && !useAcceleratedCompositing(false));
 }
