@@ -208,17 +208,13 @@ class Desktop:
 
     # --- bundles and the host -------------------------------------------------------------
 
-    def bundle(self, name, entries=None, raw_plist=None):
+    def bundle(self, name, entries):
         """Lays out <name>.app with the host as its executable and `entries` as Info.plist."""
         app = self.home / "Applications" / f"{name}.app"
         macos = app / "Contents" / "MacOS"
         macos.mkdir(parents=True, exist_ok=True)
         shutil.copy2(HOST, macos / "HalywardWebHost")
-        info = app / "Contents" / "Info.plist"
-        if raw_plist is not None:
-            info.write_bytes(raw_plist)
-        else:
-            info.write_text(plist(entries))
+        (app / "Contents" / "Info.plist").write_text(plist(entries))
         return app
 
     def launch(self, app):

@@ -39,7 +39,7 @@ def page(handler, parsed):
         # The left half of the page links to this site, the right half to another host.
         return 200, ok, html("Links", f"<a class='half' id='left' href='/second'>same</a>"
                                       f"<a class='half' id='right' href='{other}/elsewhere'>other</a>")
-    if path in ("/second", "/elsewhere", "/landed", "/typed", "/loaded-again"):
+    if path in ("/second", "/elsewhere", "/landed", "/typed"):
         return 200, ok, html(path.strip("/").capitalize())
     if path == "/redirect":
         return 200, ok, html("Redirecting", script=f"location.href = '{other}/landed';")
@@ -50,17 +50,17 @@ def page(handler, parsed):
             headers.append(("Set-Cookie", f"probe={query.get('v', ['kept'])[0]}; Max-Age=86400; Path=/"))
         return 200, headers, html("Cookie")
     if path == "/opener":
+        # The opener answers the pop-up's message, and the pop-up closes itself on the answer.
         script = """
-          window.addEventListener('message', function (e) { document.title = 'Opener got ' + e.data; });
+          window.addEventListener('message', function (e) {
+            document.title = 'Opener got ' + e.data; e.source.postMessage('bye', '*'); });
           window.open('/popup', 'popup', 'width=400,height=300');"""
         return 200, ok, html("Opener", script=script)
     if path == "/popup":
         script = """
-          var hasOpener = !!window.opener;
-          fetch('/popup-saw-opener?ok=' + hasOpener).then(function () {
-            window.opener.postMessage('hello', '*');
-            setTimeout(function () { window.close(); }, 300);
-          });"""
+          window.addEventListener('message', function () { window.close(); });
+          fetch('/popup-saw-opener?ok=' + !!window.opener).then(function () {
+            window.opener.postMessage('hello', '*'); });"""
         return 200, ok, html("Popup", script=script)
     if path == "/popup-saw-opener":
         return 204, [], b""
@@ -93,17 +93,20 @@ def page(handler, parsed):
           document.title = 'Opened';"""
         return 200, ok, html("Opening", script=script)
     if path == "/badge":
-        return 200, ok, html("(3) Inbox", script="setTimeout(function () { document.title = 'Inbox'; }, 1500);")
+        # The count goes when the test presses a key, once it has seen the count arrive.
+        return 200, ok, html("(3) Inbox", script="addEventListener('keydown', function () {"
+                                                 " document.title = 'Inbox'; });")
     if path == "/injected":
-        # Reports whether the app's style sheet arrived byte for byte, whether the app's
-        # script ran although it throws, and whether the notification bridge still stands.
+        # Reports, once the injected script has run (it runs before the load event), whether
+        # the app's style sheet arrived byte for byte, whether the app's script ran although
+        # it throws, and whether the notification bridge still stands.
         script = """
-          setTimeout(function () {
+          addEventListener('load', function () {
             var expected = %s;
             var css = Array.from(document.querySelectorAll('style')).some(function (s) {
               return s.textContent === expected; });
             var shim = Notification.name === 'HalywardNotification' && Notification.permission === 'granted';
             document.title = 'css=' + css + ' shim=' + shim + ' ran=' + (window.customRan === true);
-          }, 200);""" % json.dumps(HOSTILE_CSS).replace("</", "<\\/")
+          });""" % json.dumps(HOSTILE_CSS).replace("</", "<\\/")
         return 200, ok, html("Injected", script=script)
     return 404, ok, html("Not found")

@@ -5,7 +5,6 @@
 
 #include "halyward/host/platform.hpp"
 
-#include <algorithm>
 #include <deque>
 #include <functional>
 #include <map>
@@ -18,12 +17,16 @@
 
 namespace halyward::fakes {
 
-class FakePlatform;
+class FakeWebView;
+class FakeWindow;
+class FakeWatch;
 
-template <typename T>
-void unregister(std::vector<T*>& live, T* object) {
-    live.erase(std::remove(live.begin(), live.end(), object), live.end());
-}
+// The fake objects alive now.
+struct LiveObjects {
+    std::vector<FakeWebView*> webViews;
+    std::vector<FakeWindow*> windows;
+    std::vector<FakeWatch*> watches;
+};
 
 class FakeConfiguration : public PlatformWebViewConfiguration {
 public:
@@ -53,10 +56,13 @@ public:
 
 class FakeWebView : public PlatformWebView {
 public:
-    FakeWebView(FakePlatform& platform, PlatformWebViewConfiguration& configuration);
-    ~FakeWebView() override;
+    FakeWebView(LiveObjects& live, PlatformWebViewConfiguration& configuration)
+        : live(live), configuration(&configuration) {
+        live.webViews.push_back(this);
+    }
+    ~FakeWebView() override { std::erase(live.webViews, this); }
 
-    FakePlatform& platform;
+    LiveObjects& live;
     PlatformWebViewConfiguration* configuration;
     WebViewDelegate* delegate = nullptr;
     std::vector<std::pair<std::string, double>> loads;
@@ -99,15 +105,18 @@ public:
 
 class FakeWindow : public PlatformWindow {
 public:
-    FakeWindow(FakePlatform& platform, WindowOptions spec);
-    ~FakeWindow() override;
+    FakeWindow(LiveObjects& live, WindowOptions options)
+        : live(live), spec(std::move(options)), title(spec.title) {
+        live.windows.push_back(this);
+    }
+    ~FakeWindow() override { std::erase(live.windows, this); }
 
-    FakePlatform& platform;
+    LiveObjects& live;
     WindowOptions spec;
     WindowDelegate* delegate = nullptr;
     std::string title;
     bool key = true;
-    int centers = 0, fronts = 0, slimTreatments = 0, closes = 0, miniaturizes = 0, zooms = 0;
+    int fronts = 0, slimTreatments = 0, miniaturizes = 0, zooms = 0;
     PlatformWebView* content = nullptr;
     std::optional<SlimBarContent> slimBar;  // none under the standard chrome
     int chromeInstalls = 0;
@@ -115,12 +124,11 @@ public:
 
     void setDelegate(WindowDelegate* d) override { delegate = d; }
     void setTitle(const std::string& t) override { title = t; }
-    void center() override { ++centers; }
+    void center() override {}
     void makeKeyAndOrderFront() override { ++fronts; }
     bool isKey() const override { return key; }
     // Like the toolkits, closing tells the delegate before the window goes.
     void close() override {
-        ++closes;
         if (delegate) delegate->windowWillClose(*this);
     }
     void miniaturize() override { ++miniaturizes; }
@@ -147,18 +155,20 @@ public:
 
 class FakeWatch : public FileWatch {
 public:
-    FakeWatch(FakePlatform& platform, std::string path, std::function<void()> changed);
-    ~FakeWatch() override;
-    FakePlatform& platform;
+    FakeWatch(LiveObjects& live, std::string path, std::function<void()> changed)
+        : live(live), path(std::move(path)), changed(std::move(changed)) {
+        live.watches.push_back(this);
+    }
+    ~FakeWatch() override { std::erase(live.watches, this); }
+    LiveObjects& live;
     std::string path;
     std::function<void()> changed;
 };
 
-class FakePlatform : public Platform {
+// The live lists are a base, so they outlive the queued tasks, whose captures may hold
+// fake objects that unregister themselves as they go.
+class FakePlatform : public Platform, public LiveObjects {
 public:
-    // Tasks may hold fake objects that unregister themselves from the lists below.
-    ~FakePlatform() override { tasks.clear(); }
-
     std::string home;
     bool canWatch = true;
     std::set<std::string> schemesWithHandler{"http", "https", "mailto", "tel"};
@@ -172,10 +182,6 @@ public:
     std::vector<std::tuple<std::string, std::string, std::string>> notifications;
     std::vector<std::int64_t> badges;
     std::deque<std::function<void()>> tasks;
-
-    std::vector<FakeWebView*> webViews;
-    std::vector<FakeWindow*> windows;
-    std::vector<FakeWatch*> watches;
 
     std::unique_ptr<PlatformWebViewConfiguration> makeWebViewConfiguration() override {
         return std::make_unique<FakeConfiguration>();
@@ -230,20 +236,5 @@ public:
         return nullptr;
     }
 };
-
-inline FakeWebView::FakeWebView(FakePlatform& p, PlatformWebViewConfiguration& c)
-    : platform(p), configuration(&c) {
-    platform.webViews.push_back(this);
-}
-inline FakeWebView::~FakeWebView() { unregister(platform.webViews, this); }
-inline FakeWindow::FakeWindow(FakePlatform& p, WindowOptions s) : platform(p), spec(std::move(s)), title(spec.title) {
-    platform.windows.push_back(this);
-}
-inline FakeWindow::~FakeWindow() { unregister(platform.windows, this); }
-inline FakeWatch::FakeWatch(FakePlatform& p, std::string watched, std::function<void()> handler)
-    : platform(p), path(std::move(watched)), changed(std::move(handler)) {
-    platform.watches.push_back(this);
-}
-inline FakeWatch::~FakeWatch() { unregister(platform.watches, this); }
 
 }  // namespace halyward::fakes

@@ -6,16 +6,7 @@
 using namespace halyward;
 using namespace halyward::fakes;
 
-namespace {
-
 using LaunchTest = HostTest;
-
-std::string plist(const std::string& entries) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
-           "</dict></plist>\n";
-}
-
-}  // namespace
 
 TEST_F(LaunchTest, reads_the_identity_from_the_bundle) {
     struct Case {
@@ -34,9 +25,9 @@ TEST_F(LaunchTest, reads_the_identity_from_the_bundle) {
     };
     for (const auto& c : cases) {
         const WebHostDelegate host(platform, BundleInfo{c.strings});
-        EXPECT_EQ(host.dataStoreID, c.dataStore);
-        EXPECT_EQ(host.bundleName, c.name);
-        EXPECT_EQ(host.slug, c.slug);
+        const std::string& name = c.strings.begin()->second;
+        EXPECT_EQ(host.dataStoreID, c.dataStore) << name;
+        EXPECT_EQ(std::pair(host.bundleName, host.slug), std::pair(c.name, c.slug)) << name;
     }
     const WebHostDelegate none(platform, std::nullopt);
     EXPECT_EQ(none.homeURL, "");
@@ -67,61 +58,39 @@ TEST_F(LaunchTest, opens_the_home_page_in_a_window_of_its_own_store) {
     EXPECT_EQ(platform.watches.size(), 1u);
     EXPECT_EQ(platform.watches[0]->path, (home / ".config/halyward/config.toml").string());
 
-    // Without a data-store identifier the platform's default store stays.
-    FakePlatform other;
-    other.home = home.string();
-    WebHostDelegate shared(other, bundle("https://mail.example.com/"));
-    shared.applicationDidFinishLaunching();
-    EXPECT_FALSE(static_cast<FakeConfiguration&>(*shared.configuration).dataStore);
+    launch();  // without a data-store identifier the platform's default store stays
+    EXPECT_FALSE(configuration().dataStore);
 }
 
 TEST_F(LaunchTest, an_address_without_a_host_shows_the_alert_and_quits) {
-    const std::string addresses[] = {"",          "mailto:someone@example.com", "about:blank",
-                                     "example",   "https://",                   "http:///inbox",
-                                     "::not a url"};
-    for (const auto& address : addresses) {
+    // An Info.plist over the size limit is refused whole, good address and all.
+    const auto huge = home / "Huge.app";
+    std::filesystem::create_directories(huge / "Contents");
+    std::ofstream(huge / "Contents/Info.plist", std::ios::binary)
+        << "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>HWURL</key><string>"
+           "https://mail.example.com/</string><key>Padding</key><string>"
+        << std::string(2 << 20, 'x') << "</string></dict></plist>\n";
+    std::vector<std::pair<std::string, std::optional<BundleInfo>>> inputs{
+        {"no Info.plist", std::nullopt}, {"huge Info.plist", readBundleInfo(huge)}};
+    for (const std::string address : {"", "mailto:someone@example.com", "about:blank", "example",
+                                      "https://", "http:///inbox", "::not a url"}) {
+        inputs.emplace_back(address, bundle(address));
+    }
+    for (const auto& [name, info] : inputs) {
         FakePlatform fresh;
         fresh.home = home.string();
-        WebHostDelegate host(fresh, bundle(address));
+        WebHostDelegate host(fresh, info);
         host.applicationDidFinishLaunching();
-        ASSERT_EQ(fresh.alerts.size(), 1u) << address;
-        EXPECT_EQ(fresh.alerts[0].first, "This web app has no address");
-        EXPECT_EQ(fresh.alerts[0].second, "Halyward could not read the site stored in the app.");
-        EXPECT_EQ(fresh.terminations, 1) << address;
-        EXPECT_TRUE(fresh.windows.empty()) << address;
-        EXPECT_TRUE(host.controllers.empty());
+        EXPECT_EQ(fresh.alerts, (std::vector<std::pair<std::string, std::string>>{
+                                    {"This web app has no address",
+                                     "Halyward could not read the site stored in the app."}}))
+            << name;
+        EXPECT_EQ(fresh.terminations, 1) << name;
+        EXPECT_TRUE(fresh.windows.empty() && host.controllers.empty()) << name;
     }
     // A blank or a non-ASCII letter in the stored address is encoded, as a browser would.
     WebWindowController& opened = launch("https://example.com/a b/\xC3\xA9");
     EXPECT_EQ(view(opened).loads.at(0).first, "https://example.com/a%20b/%C3%A9");
-}
-
-TEST_F(LaunchTest, bad_info_plists_end_in_the_alert) {
-    const std::string url = "<key>HWURL</key><string>https://mail.example.com/</string>";
-    struct Case { std::optional<std::string> bytes; bool opens; };
-    const Case cases[] = {
-        {std::nullopt, false},                                       // no Info.plist
-        {std::string("\0\xFFgarbage<plist", 15), false},                // not a property list
-        {plist("<key>HWURL</key><integer>3</integer>"), false},       // wrong type
-        {plist("<key>HWURL</key><array><string>https://a.b/</string></array>"), false},
-        {plist(url + "<key>Padding</key><string>" + std::string(10 << 20, 'x') + "</string>"), false},
-        {plist(url + "<key>HWSlug</key><integer>7</integer>"), true},  // a bad slug is no error
-    };
-    int index = 0;
-    for (const auto& c : cases) {
-        const auto bundlePath = home / ("App" + std::to_string(index++) + ".app");
-        std::filesystem::create_directories(bundlePath / "Contents");
-        if (c.bytes) std::ofstream(bundlePath / "Contents/Info.plist", std::ios::binary) << *c.bytes;
-        FakePlatform fresh;
-        fresh.home = home.string();
-        WebHostDelegate host(fresh, readBundleInfo(bundlePath));
-        host.applicationDidFinishLaunching();
-        EXPECT_EQ(fresh.alerts.size(), c.opens ? 0u : 1u) << index;
-        EXPECT_EQ(host.controllers.size(), c.opens ? 1u : 0u) << index;
-        if (c.opens) {
-            EXPECT_EQ(host.slug, "");
-        }
-    }
 }
 
 TEST_F(LaunchTest, closing_a_window_removes_exactly_its_controller) {

@@ -45,11 +45,8 @@ TEST_F(PopupTest, navigations_stay_or_go_to_the_system) {
         {"https://other.org/", true, true, V::cancel, "https://other.org/"},
         {"https://other.org/", true, false, V::allow, {}},  // script or redirect
         {"https://other.org/", false, true, V::allow, {}},  // sub-frame
-        {"https://other.org/cb?Redirect_URI=x", true, true, V::allow, {}},
-        {"https://accounts.google.com/signin", true, true, V::allow, {}},
         {"mailto:a@example.com", true, false, V::cancel, "mailto:a@example.com"},
         {"zoommtg://join", true, true, V::cancel, {}},  // nothing on the system opens it
-        {"about:blank", true, true, V::allow, {}},
         {"", true, true, V::allow, {}},
     };
     for (const auto& c : cases) {
@@ -148,10 +145,6 @@ TEST_F(PopupTest, a_page_opening_windows_in_a_loop_gets_a_bounded_number) {
     // Closing one makes room for one more.
     platform.windowShowing(controller->extraWindows.front()->ownedWebView.get())->close();
     EXPECT_NE(open("https://x.example.com/again"), nullptr);
-
-    window(*controller).close();
-    platform.runTasks();
-    EXPECT_TRUE(platform.windows.empty());
 }
 
 TEST_F(PopupTest, pop_ups_do_not_touch_the_badge_or_the_main_shortcuts) {

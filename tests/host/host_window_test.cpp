@@ -22,8 +22,15 @@ std::string readFile(const std::filesystem::path& path) {
 }  // namespace
 
 TEST_F(WindowTest, the_matching_record_sets_style_script_and_user_agent) {
+    std::string large;  // the last of 5,000 apps is found all the same
+    for (int i = 0; i < 5000; ++i) {
+        const std::string n = std::to_string(i);
+        large += "[apps.app" + n + "]\nurl = \"https://a" + n + "/\"\nuser_css = \"#" + n +
+                 "{}\"\n";
+    }
     struct Case { std::string config, slug, css, script; bool customAgent; };
     const Case cases[] = {
+        {large, "app4999", "#4999{}", "", true},
         {"", "mail", "", "", true},
         {"[apps.mail]\nurl = \"https://m/\"\nuser_css = \"a{}\"\nuser_js = \"x()\"\n", "mail",
          "a{}", "x()", true},
@@ -41,28 +48,14 @@ TEST_F(WindowTest, the_matching_record_sets_style_script_and_user_agent) {
     };
     for (const auto& c : cases) {
         writeConfig(c.config);
-        FakePlatform fresh;
-        fresh.home = home.string();
-        WebHostDelegate host(fresh, bundle("https://mail.example.com/", c.slug));
-        host.applicationDidFinishLaunching();
-        auto& config = static_cast<FakeConfiguration&>(*host.configuration);
-        EXPECT_EQ(config.userScripts, std::vector<std::string>{pageScript(c.css, c.script)}) << c.config;
-        const auto agent = static_cast<FakeWebView&>(*host.controllers.at(0)->webView).userAgent;
-        EXPECT_EQ(agent, c.customAgent ? std::optional<std::string>("Halyward/1.0.1") : std::nullopt)
-            << c.config;
+        const std::string name = c.config.substr(0, 60);
+        WebWindowController& controller = launch("https://mail.example.com/", c.slug);
+        EXPECT_EQ(configuration().userScripts,
+                  std::vector<std::string>{pageScript(c.css, c.script)}) << name;
+        EXPECT_EQ(view(controller).userAgent,
+                  c.customAgent ? std::optional<std::string>("Halyward/1.0.1") : std::nullopt)
+            << name;
     }
-}
-
-TEST_F(WindowTest, a_large_configuration_still_finds_the_app) {
-    std::string config = "[general]\nwindow_style = \"standard\"\n";
-    for (int i = 0; i < 5000; ++i) {
-        config += "[apps.app" + std::to_string(i) + "]\nurl = \"https://a" + std::to_string(i) +
-                  ".example.com/\"\nuser_css = \"#" + std::to_string(i) + "{}\"\n";
-    }
-    writeConfig(config);
-    launch("https://a4999.example.com/", "app4999");
-    EXPECT_EQ(configuration().userScripts.at(0), pageScript("#4999{}", ""));
-    EXPECT_EQ(platform.windows.at(0)->spec.contentRect.height, 760);
 }
 
 TEST(window_geometry, sizes_follow_the_chrome) {
@@ -73,8 +66,9 @@ TEST(window_geometry, sizes_follow_the_chrome) {
     };
     for (const auto& c : cases) {
         const WindowOptions spec = windowOptions(c.chrome, c.popup, "T");
-        EXPECT_EQ(spec.contentRect, (Frame{0, 0, c.width, c.height}));
-        EXPECT_EQ(spec.fullSizeContentView, c.chrome == WindowChrome::slim);
+        const std::string name = std::to_string(c.width) + " x " + std::to_string(c.height);
+        EXPECT_EQ(spec.contentRect, (Frame{0, 0, c.width, c.height})) << name;
+        EXPECT_EQ(spec.fullSizeContentView, c.chrome == WindowChrome::slim) << name;
     }
 }
 
@@ -136,9 +130,7 @@ TEST_F(WindowTest, titles_set_the_badge_and_the_window_title) {
     struct Case { std::string title; std::int64_t badge; std::string windowTitle, barTitle; };
     const Case cases[] = {
         {"(12) Inbox", 12, "(12) Inbox", "(12) Inbox"},
-        {"Inbox (4)", 4, "Inbox (4)", "Inbox (4)"},
-        {"Inbox (4) of mail", 0, "Inbox (4) of mail", "Inbox (4) of mail"},
-        {"(0) Inbox", 0, "(0) Inbox", "(0) Inbox"},
+        {"Inbox (4) of mail", 0, "Inbox (4) of mail", "Inbox (4) of mail"},  // no count: cleared
         {"Mail", 0, "Mail", ""},
         {"", 0, "Mail", ""},  // an empty title changes neither
     };
@@ -174,6 +166,7 @@ TEST(rendering, software_renderers_turn_compositing_off) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(isSoftwareRenderer(c.renderer), c.software) << c.renderer;
-        EXPECT_EQ(useAcceleratedCompositing(!isSoftwareRenderer(c.renderer)), !c.software);
     }
+    // Compositing follows the renderer: on with real hardware, off for a software rasteriser.
+    EXPECT_TRUE(useAcceleratedCompositing(true) && !useAcceleratedCompositing(false));
 }
