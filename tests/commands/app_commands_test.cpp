@@ -219,14 +219,17 @@ TEST_F(AppFixture, app_list_shows_each_bundle_and_brings_hosts_up_to_date) {
     writeFile(host, "#!/bin/sh\necho host two\n");
     running.push_back(webHostExecutable(bundle("Open")).string());
 
-    const CommandOutput output = run({"--json", "app", "list"});
+    const CommandOutput output = run({"app", "list"});
     ASSERT_EQ(output.exitCode, ExitCode::ok) << output.message;
-    std::vector<std::string> states;
-    const JSONArray list = output.payload.arrayValue().value_or(JSONArray{});
-    for (const JSONValue& app : list) {
-        states.push_back(*app.objectValue()->at("bundle").stringValue());
-    }
-    EXPECT_EQ(states, (std::vector<std::string>{"present", "missing", "host-out-of-date"}));
+    EXPECT_EQ(output.message, "Kept (kept) " + site("/plain/") + "\nGone (gone) " +
+                                  site("/plain/") + "  bundle missing\nOpen (open) " +
+                                  site("/plain/") + "  host out of date (the app is open)\n" +
+                                  "Brought the web-app host of 1 app up to date.");
+    // Scripts get the apps as they are configured, in the fixed shape of an app.
+    const JSONArray list =
+        run({"--json", "app", "list"}).payload.arrayValue().value_or(JSONArray{});
+    ASSERT_EQ(list.size(), 3u);
+    EXPECT_EQ(list[1], appJSON(ConfigFile::load(config).decode().apps[1]));
     EXPECT_EQ(readFile(webHostExecutable(bundle("Kept"))), readFile(host)) << "refreshed";
     EXPECT_NE(readFile(webHostExecutable(bundle("Open"))), readFile(host)) << "left while open";
 

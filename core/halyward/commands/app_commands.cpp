@@ -114,15 +114,6 @@ bool appIsRunning(const CommandRun& run, const fs::path& executable) {
 // What `app list` says about one app's bundle.
 enum class BundleState { present, missing, hostOutOfDate };
 
-std::string_view stateWord(BundleState state) {
-    switch (state) {
-        case BundleState::present: return "present";
-        case BundleState::missing: return "missing";
-        case BundleState::hostOutOfDate: return "host-out-of-date";
-    }
-    return "present";
-}
-
 struct BundleCheck {
     BundleState state = BundleState::missing;
     bool refreshed = false;
@@ -352,10 +343,9 @@ CommandOutput appList(const CommandRun& run) {
     std::string message;
     for (std::size_t i = 0; i < config.apps.size(); ++i) {
         const WebAppRecord& app = config.apps[i];
-        // The app object with one member more: what became of its bundle.
-        JSONObject item = *appJSON(app).objectValue();
-        item.emplace("bundle", std::string(stateWord(checks[i].state)));
-        list.emplace_back(std::move(item));
+        // The app object keeps its fixed shape for scripts; the bundle's state is in the
+        // message, where a person reads it.
+        list.push_back(appJSON(app));
         if (!message.empty()) message += '\n';
         message += app.spec.name + " (" + app.slug + ") " + app.spec.url;
         if (app.spec.hotkey && !app.spec.hotkey->empty()) message += "  hotkey " + *app.spec.hotkey;
