@@ -15,11 +15,16 @@ std::string slimBarMark(std::string_view appTitle) {
     return text::uppercased(name.substr(0, text::nextGrapheme(name, 0)));
 }
 
+AppSettings WebWindowController::readSettings(const WebHostContext& context,
+                                              std::string_view slug) {
+    return appSettings(loadHostConfig(context.platform->homeDirectory()), slug,
+                       context.bundleIdentifier);
+}
+
 std::shared_ptr<WebWindowController> WebWindowController::make(
     WebHostContext context, std::string homeURL, std::string slug,
     PlatformWebViewConfiguration& configuration, std::string title) {
-    AppSettings settings = appSettings(loadHostConfig(context.platform->homeDirectory()), slug,
-                                       context.bundleIdentifier);
+    AppSettings settings = readSettings(context, slug);
     std::shared_ptr<WebWindowController> controller(
         new WebWindowController(std::move(context), std::move(homeURL), std::move(slug),
                                 configuration, title, std::move(settings)));
@@ -57,10 +62,11 @@ void WebWindowController::finishConstruction(const std::string& title) {
     spliceActions();
 
     const std::weak_ptr<WebWindowController> weak = weak_from_this();
-    configuration.setScriptMessageHandler(
-        std::string(kNotifyHandlerName), [weak](const ScriptMessage& message) {
-            if (const auto self = weak.lock()) self->didReceiveScriptMessage(message);
-        });
+    configuration.setScriptMessageHandler(std::string(kNotifyHandlerName),
+                                          [weak](const ScriptMessage& message) {
+                                              if (const auto self = weak.lock())
+                                                  self->didReceiveScriptMessage(message);
+                                          });
     webView->setDelegate(this);
     webView->setAllowsBackForwardNavigationGestures(true);
 
@@ -76,7 +82,8 @@ void WebWindowController::finishConstruction(const std::string& title) {
         // treatment once more after the window is on screen.
         platform().postTask([weak] {
             const auto self = weak.lock();
-            if (self && self->window && self->slimHost) self->window->platform().applySlimTreatment();
+            if (self && self->window && self->slimHost)
+                self->window->platform().applySlimTreatment();
         });
     }
 }
@@ -130,16 +137,15 @@ void WebWindowController::installContent(bool slim) {
 
 void WebWindowController::watchConfig() {
     const std::weak_ptr<WebWindowController> weak = weak_from_this();
-    configSource = platform().watchFile(HalywardPaths::configFile(platform().homeDirectory()),
-                                        [weak] {
-                                            if (const auto self = weak.lock()) self->configChanged();
-                                        });
+    configSource =
+        platform().watchFile(HalywardPaths::configFile(platform().homeDirectory()), [weak] {
+            if (const auto self = weak.lock()) self->configChanged();
+        });
 }
 
 void WebWindowController::configChanged() {
     if (tornDown) return;
-    const AppSettings fresh = appSettings(loadHostConfig(platform().homeDirectory()), slug,
-                                          context.bundleIdentifier);
+    const AppSettings fresh = readSettings(context, slug);
     hotkeyText = readableHotkey(fresh.hotkey);
     const bool wantSlim = fresh.chrome == WindowChrome::slim;
     if (slimHost && wantSlim) {

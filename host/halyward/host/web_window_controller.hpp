@@ -47,8 +47,8 @@ public:
     /// Builds the window, web view and chrome and shows the window. Adds the page script
     /// and the "halywardNotify" route to `configuration`, which must outlive the
     /// controller. Use `make`: the callbacks the controller registers hold it weakly.
-    static std::shared_ptr<WebWindowController> make(WebHostContext context,
-                                                     std::string homeURL, std::string slug,
+    static std::shared_ptr<WebWindowController> make(WebHostContext context, std::string homeURL,
+                                                     std::string slug,
                                                      PlatformWebViewConfiguration& configuration,
                                                      std::string title);
     /// Clears every delegate and route the controller set, so no platform object calls
@@ -131,6 +131,9 @@ private:
     void finishConstruction(const std::string& title);
 
     Platform& platform() const { return *context.platform; }
+    /// The app's settings as the configuration file has them now: the window reads them at
+    /// launch, on every change of the file and for each pop-up.
+    static AppSettings readSettings(const WebHostContext& context, std::string_view slug);
     bool isMainWindow(const PlatformWindow& platformWindow) const;
     SlimBarContent slimBar(std::string_view hotkey) const;
     void offerToSystem(const std::string& url);

@@ -25,11 +25,8 @@ NavigationVerdict WebWindowController::decideNavigationAction(PlatformWebView& v
     const bool mainFrameOrNone = !action.hasTargetFrame || action.targetIsMainFrame;
     if (mainFrameOrNone && deferredPopups.count(&view) > 0) {
         switch (decidePopupNavigation(homeURL, target)) {
-            case PopupFollowUp::waiting:
-                return NavigationVerdict::allow;
-            case PopupFollowUp::keep:
-                deferredPopups.erase(&view);
-                return NavigationVerdict::allow;
+            case PopupFollowUp::waiting: return NavigationVerdict::allow;
+            case PopupFollowUp::keep: deferredPopups.erase(&view); return NavigationVerdict::allow;
             case PopupFollowUp::openExternally:
                 if (action.hasURL) offerToSystem(target);
                 discardPopup(view);
@@ -55,13 +52,12 @@ NavigationVerdict WebWindowController::decideNavigationResponse(
     return NavigationVerdict::allow;
 }
 
-PlatformWebView* WebWindowController::createWebView(PlatformWebView&,
-                                                    PlatformWebViewConfiguration& popupConfiguration,
-                                                    const NewWindowRequest& request) {
+PlatformWebView* WebWindowController::createWebView(
+    PlatformWebView&, PlatformWebViewConfiguration& popupConfiguration,
+    const NewWindowRequest& request) {
     if (tornDown) return nullptr;
     const std::string target = request.hasURL ? request.targetURL : std::string();
-    const LinkDecision decision =
-        decideLink(homeURL, target, true, true, LinkActivation::userLink);
+    const LinkDecision decision = decideLink(homeURL, target, true, true, LinkActivation::userLink);
     if (decision == LinkDecision::openExternally) {
         if (request.hasURL) offerToSystem(target);
         return nullptr;
@@ -82,8 +78,7 @@ PlatformWebView* WebWindowController::openPopup(PlatformWebViewConfiguration& po
     raw->setDelegate(this);
     raw->setAllowsBackForwardNavigationGestures(true);
 
-    const AppSettings fresh = appSettings(loadHostConfig(platform().homeDirectory()), slug,
-                                          context.bundleIdentifier);
+    const AppSettings fresh = readSettings(context, slug);
     const bool slim = fresh.chrome == WindowChrome::slim;
     auto popup = std::make_shared<WebChromeWindow>(
         platform().makeWindow(windowOptions(fresh.chrome, true, appTitle)), fresh.chrome);
@@ -91,8 +86,9 @@ PlatformWebView* WebWindowController::openPopup(PlatformWebViewConfiguration& po
     PlatformWindow& shown = popup->platform();
     if (slim) {
         shown.applySlimTreatment();
-        shown.installSlimChrome(*raw, SlimBarContent{appTitle, slimBarMark(appTitle),
-                                                     readableHotkey(fresh.hotkey), {}});
+        shown.installSlimChrome(
+            *raw,
+            SlimBarContent{appTitle, slimBarMark(appTitle), readableHotkey(fresh.hotkey), {}});
     } else {
         shown.installStandardChrome(*raw);
     }
