@@ -26,7 +26,13 @@ using Args = std::vector<std::string>;
 
 std::vector<std::uint8_t> bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
-const std::string kPNG = std::string("\x89PNG\r\n\x1a\n", 8) + "rest of a picture";
+// A 1×1 PNG: signature, IHDR, IDAT and IEND.
+const std::string kPNG(
+    "\x89\x50\x4e\x47\x0d\x0a\x1a\x0a\x00\x00\x00\x0d\x49\x48\x44\x52\x00\x00\x00\x01\x00\x00"
+    "\x00\x01\x08\x06\x00\x00\x00\x1f\x15\xc4\x89\x00\x00\x00\x0d\x49\x44\x41\x54\x78\x9c\x63"
+    "\x10\x50\x30\xf8\x0f\x00\x02\x04\x01\x60\x8d\xbc\xbb\x71\x00\x00\x00\x00\x49\x45\x4e\x44"
+    "\xae\x42\x60\x82",
+    70);
 
 struct AppFixture : ::testing::Test {
     ScratchFolder scratch;
@@ -119,6 +125,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
                           "\n[apps.mail]\nurl = \"https://mail.example\"\nname = \"Mail\"\n"
                           "hotkey = \"ctrl+opt+m\"\n");
     writeFile(home / "folder.png" / "x", "");
+    writeFile(home / "stub.png", "\x89PNG");
     writeFile(home / "icon.gif", "GIF89a");
     writeFile(home / "empty.png", "");
     writeFile(home / "big.png", kPNG + std::string(5 << 20, 'x'));
@@ -126,6 +133,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     struct Case {
         Args arguments;
         int exitCode;
+        std::string says = {};
     };
     const Case cases[] = {
         {{"ftp://files.example/"}, ExitCode::usage},
@@ -140,6 +148,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         {{page, "--name", "X", "--icon", "big.png"}, ExitCode::usage},
         {{page, "--name", "MAIL"}, ExitCode::conflict},
         {{page, "--name", "Mail!"}, ExitCode::conflict},  // the same slug
+        {{page, "--name", "X", "--icon", "stub.png"}, ExitCode::usage, "not a PNG"},
     };
     const std::string before = traces();
     for (const Case& c : cases) {
@@ -147,6 +156,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
         const CommandOutput output = run(arguments);
         EXPECT_EQ(output.exitCode, c.exitCode) << c.arguments.back() << ": " << output.message;
+        EXPECT_NE(output.message.find(c.says), std::string::npos) << output.message;
         EXPECT_EQ(traces(), before) << output.message;
     }
     EXPECT_TRUE(progress.empty()) << "nothing was fetched";

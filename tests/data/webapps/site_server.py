@@ -44,8 +44,10 @@ PAGES = {
     "/manifest/": """<html><head><title>M</title>
 <link rel="icon" href="/icons/16.png" sizes="16x16">
 <link rel="manifest" href="manifest.json"></head></html>""",
-    # The best candidates are broken: not PNG, empty, missing; the last one works.
+    # The best candidates are broken: the first four bytes of a PNG only, not PNG, empty,
+    # missing; the last one works.
     "/broken/": """<html><head>
+<link rel="icon" sizes="1024x1024" href="/icons/truncated.png">
 <link rel="icon" sizes="512x512" href="/icons/not-png.png">
 <link rel="icon" sizes="256x256" href="/icons/empty.png">
 <link rel="icon" sizes="128x128" href="/missing.png">
@@ -97,6 +99,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.send(200, png(180), "image/png")
         if path == "/icons/not-png.png":
             return self.send(200, GIF, "image/png")
+        if path == "/icons/truncated.png":
+            return self.send(200, b"\x89PNG", "image/png")
         if path == "/icons/empty.png":
             return self.send(200, b"", "image/png")
         if path.startswith("/hop/"):  # /hop/N redirects N times, then to /forms/
