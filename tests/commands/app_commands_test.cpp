@@ -9,6 +9,9 @@
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
 
+#include "halyward/system/unique_fd.hpp"
+
+#include "support/fifo.hpp"
 #include "support/scratch_folder.hpp"
 #include "support/test_site.hpp"
 
@@ -251,6 +254,31 @@ TEST_F(AppFixture, app_list_shows_each_bundle_and_brings_hosts_up_to_date) {
     EXPECT_NE(text.message.find("Brought the web-app host of 1 app up to date."),
               std::string::npos);
     EXPECT_EQ(readFile(webHostExecutable(bundle("Open"))), readFile(host));
+}
+
+// A host that is a named pipe or a link to an endless device is not read: it is out of
+// date, and replaced.
+TEST_F(AppFixture, app_list_reads_only_regular_hosts_and_replaces_the_others) {
+    writeFile(home / "icon.png", kPNG);
+    for (const char* name : {"Pipe", "Zero"}) {
+        ASSERT_EQ(run({"app", "add", "http://127.0.0.1:9/", "--name", name, "--icon", "icon.png"})
+                      .exitCode,
+                  ExitCode::ok);
+    }
+    for (const char* name : {"Pipe", "Zero"}) fs::remove(webHostExecutable(bundle(name)));
+    const fs::path pipe = webHostExecutable(bundle("Pipe"));
+    makeFifo(pipe);
+    fs::create_symlink("/dev/zero", webHostExecutable(bundle("Zero")));
+    CommandOutput output;
+    EXPECT_TRUE(finishesWithoutAWriter(pipe, [&] { output = run({"app", "list"}); }));
+    EXPECT_EQ(output.exitCode, ExitCode::ok) << output.message;
+    EXPECT_NE(output.message.find("Brought the web-app host of 2 apps up to date."),
+              std::string::npos)
+        << output.message;
+    for (const char* name : {"Pipe", "Zero"}) {
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(webHostExecutable(bundle(name)))));
+        EXPECT_EQ(readFile(webHostExecutable(bundle(name))), readFile(host)) << name;
+    }
 }
 
 TEST_F(AppFixture, app_remove_takes_bundle_entry_and_record_and_keeps_website_data) {

@@ -6,6 +6,7 @@
 #include "halyward/config/config_json.hpp"
 #include "halyward/hotkeys/hotkey_parser.hpp"
 #include "halyward/hotkeys/system_hotkeys.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/system/unique_fd.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/web/address.hpp"
@@ -16,9 +17,7 @@
 #include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -200,45 +199,31 @@ std::vector<std::uint8_t> readIconFile(const CommandRun& run, const std::string&
     fs::path path(typed);
     if (path.is_relative()) path = fs::path(run.context.workingDirectory) / path;
     const std::string shown = text::quoted(typed);
-    // O_NONBLOCK: a FIFO given as the icon must not hang the command at open.
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    if (!file.valid()) {
+    // Looked at first, without opening it, to say in the user's own words what is wrong;
+    // the read below checks the kind of file again, on what it opened.
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
             throw HalywardError::notFound("There is no icon file " + shown + ".");
         }
         throw HalywardError::failed("Halyward can't read the icon " + shown + ": " +
                                     systemReason(errno) + ".");
     }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        throw HalywardError::failed("Halyward can't read the icon " + shown + ": " +
-                                    systemReason(errno) + ".");
-    }
     if (S_ISDIR(status.st_mode)) {
         throw HalywardError::usage("The icon " + shown + " is a folder; --icon needs a PNG file.");
     }
-    const std::size_t limit = run.context.fetchLimits.maxIconBytes;
     if (!S_ISREG(status.st_mode)) {
         throw HalywardError::usage("The icon " + shown + " is not a regular file.");
     }
-    if (status.st_size == 0) throw HalywardError::usage("The icon " + shown + " is empty.");
-    if (static_cast<std::uintmax_t>(status.st_size) > limit) {
+    const std::size_t limit = run.context.fetchLimits.maxIconBytes;
+    const std::optional<RegularFile> file = readRegularFile(path.string(), limit + 1);
+    if (!file) throw HalywardError::notFound("There is no icon file " + shown + ".");
+    if (file->bytes.empty()) throw HalywardError::usage("The icon " + shown + " is empty.");
+    if (file->bytes.size() > limit) {
         throw HalywardError::usage("The icon " + shown + " is larger than " +
                                    std::to_string(limit / (1024 * 1024)) + " MiB.");
     }
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t got = ::read(file.get(), bytes.data() + done, bytes.size() - done);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            throw HalywardError::failed("Halyward can't read the icon " + shown + ": " +
-                                        systemReason(errno) + ".");
-        }
-        if (got == 0) break;  // the file shrank while it was read
-        done += static_cast<std::size_t>(got);
-    }
-    bytes.resize(done);
+    std::vector<std::uint8_t> bytes(file->bytes.begin(), file->bytes.end());
     if (!isPNG(bytes)) throw HalywardError::usage("The icon " + shown + " is not a PNG image.");
     return bytes;
 }

@@ -2,6 +2,7 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/desktop_entry.hpp"
@@ -15,7 +16,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <system_error>
 
@@ -28,6 +28,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint16_t kFileMode = 0644;
+// The host executable is a few megabytes; a file far larger is not one, and reading it
+// whole for its digest would only cost memory.
+constexpr std::size_t kMaxHostBytes = 256 * 1024 * 1024;
 constexpr fs::perms kExecutableMode = static_cast<fs::perms>(0755);
 
 [[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
@@ -131,14 +134,17 @@ void swapIntoPlace(const fs::path& staged, const fs::path& target) {
 }  // namespace
 
 std::optional<std::string> digest(const fs::path& ofFile) {
-    std::ifstream in(ofFile, std::ios::binary);
-    if (!in) return std::nullopt;
-    detail::Sha256 sha256;
-    char buffer[1 << 16];
-    while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
-        sha256.update(buffer, static_cast<std::size_t>(in.gcount()));
+    // A named pipe or a link to a device where the host should be must neither stall the
+    // reader nor feed it without end: only a regular file of a sane size is read.
+    std::optional<RegularFile> file;
+    try {
+        file = readRegularFile(ofFile.string(), kMaxHostBytes + 1);
+    } catch (const HalywardError&) {
+        return std::nullopt;
     }
-    if (in.bad()) return std::nullopt;
+    if (!file || file->bytes.size() > kMaxHostBytes) return std::nullopt;
+    detail::Sha256 sha256;
+    sha256.update(file->bytes.data(), file->bytes.size());
     return sha256.hexDigest();
 }
 
