@@ -14,6 +14,7 @@
 #include "support/fifo.hpp"
 #include "support/scratch_folder.hpp"
 #include "support/test_site.hpp"
+#include "support/toml_peer.hpp"
 
 #include <gtest/gtest.h>
 
@@ -60,6 +61,18 @@ struct AppFixture : ::testing::Test {
         context.isRunning = [this](const std::string& executable) {
             return std::find(running.begin(), running.end(), executable) != running.end();
         };
+    }
+
+    // Whatever the commands leave in a file our own reader takes, a reader we did not
+    // write must take too.
+    void TearDown() override {
+        const std::string text = readFile(config);
+        try {
+            ConfigFile parsed(text);
+        } catch (const HalywardError&) {
+            return;  // broken on purpose by the test
+        }
+        EXPECT_TRUE(tomllibTaggedJSONBatch({text}).at(0)) << text;
     }
 
     CommandOutput run(const Args& arguments) { return CommandRouter(context).run(arguments); }
@@ -152,6 +165,10 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         {{page, "--name", "MAIL"}, ExitCode::conflict},
         {{page, "--name", "Mail!"}, ExitCode::conflict},  // the same slug
         {{page, "--name", "X", "--icon", "stub.png"}, ExitCode::usage, "not a PNG"},
+        {{page, "--name", "X", "--css", "a\x01b"}, ExitCode::usage, "--css"},
+        {{page, "--name", "X", "--css", "a\x7f"}, ExitCode::usage, "U+007F"},
+        {{page, "--name", "X", "--js", "\xC2\x85"}, ExitCode::usage, "U+0085"},
+        {{page, "--name", "X", "--js", "ok\xC3("}, ExitCode::usage, "not valid UTF-8"},
     };
     const std::string before = traces();
     for (const Case& c : cases) {

@@ -20,6 +20,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -228,6 +229,29 @@ std::vector<std::uint8_t> readIconFile(const CommandRun& run, const std::string&
     return bytes;
 }
 
+// The text of --css or --js as it goes into config.toml: UTF-8 with no control
+// characters but tab, line feed and carriage return, which a style sheet or script never
+// needs and which other readers of the file refuse.
+void checkUserText(std::string_view option, const std::optional<std::string>& value) {
+    if (!value) return;
+    for (std::size_t pos = 0; pos < value->size();) {
+        const text::Scalar scalar = text::decodeAt(*value, pos);
+        if (scalar.value == 0xFFFD && value->compare(pos, 3, "\xEF\xBF\xBD") != 0) {
+            throw HalywardError::usage("The text given with " + std::string(option) +
+                                       " is not valid UTF-8.");
+        }
+        if (text::isControl(scalar.value) && scalar.value != '\t' && scalar.value != '\n' &&
+            scalar.value != '\r') {
+            char code[16];
+            std::snprintf(code, sizeof code, "U+%04X", static_cast<unsigned>(scalar.value));
+            throw HalywardError::usage("The text given with " + std::string(option) +
+                                       " holds the control character " + code +
+                                       "; only tabs and line breaks may stand in it.");
+        }
+        pos += scalar.length;
+    }
+}
+
 std::string progressLine(std::string_view stage) {
     if (stage == "page") return "Fetching the page…";
     if (stage == "manifest") return "Fetching the web app manifest…";
@@ -249,6 +273,8 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
         chord ? std::optional<std::string>(chord->canonical()) : std::nullopt;
     std::optional<std::string> tile;
     if (values.tile) tile = std::string(rawValue(requireTile(*values.tile)));
+    checkUserText("--css", values.css);
+    checkUserText("--js", values.js);
     std::optional<std::vector<std::uint8_t>> png;
     std::optional<std::string> iconPath;
     if (values.icon) {

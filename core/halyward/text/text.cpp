@@ -129,6 +129,8 @@ bool isNumber(char32_t c) {
     }
 }
 
+bool isControl(char32_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F); }
+
 bool isLetterOrNumber(char32_t c) { return isLetter(c) || isNumber(c); }
 
 bool isWhitespaceCharacter(std::string_view cluster) {

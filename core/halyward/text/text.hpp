@@ -42,6 +42,9 @@ bool isLetter(char32_t scalar);
 /// General category N* (decimal digits of every script, letter-like numbers, ...).
 bool isNumber(char32_t scalar);
 
+/// General category Cc: C0 controls, DEL and C1 controls.
+bool isControl(char32_t scalar);
+
 /// A grapheme cluster is white space when its first scalar is.
 bool isWhitespaceCharacter(std::string_view cluster);
 
