@@ -139,7 +139,8 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     const TestSite site;
     writeFile(config, std::string(ConfigFile::defaultText()) +
                           "\n[apps.mail]\nurl = \"https://mail.example\"\nname = \"Mail\"\n"
-                          "hotkey = \"ctrl+opt+m\"\n");
+                          "hotkey = \"ctrl+opt+m\"\n"
+                          "\n[apps.\"café\"]\nurl = \"https://cafe.example\"\nname = \"Café\"\n");
     writeFile(home / "folder.png" / "x", "");
     writeFile(home / "stub.png", "\x89PNG");
     writeFile(home / "icon.gif", "GIF89a");
@@ -163,7 +164,9 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         {{page, "--name", "X", "--icon", "empty.png"}, ExitCode::usage},
         {{page, "--name", "X", "--icon", "big.png"}, ExitCode::usage},
         {{page, "--name", "MAIL"}, ExitCode::conflict},
-        {{page, "--name", "Mail!"}, ExitCode::conflict},  // the same slug
+        {{page, "--name", "Mail!"}, ExitCode::conflict},         // the same slug
+        {{page, "--name", "Cafe\xCC\x81"}, ExitCode::conflict},  // the same name, decomposed
+        {{page, "--name", "G\xE2\x80\x8Bmail"}, ExitCode::usage, "U+200B"},
         {{page, "--name", "X", "--icon", "stub.png"}, ExitCode::usage, "not a PNG"},
         {{page, "--name", "X", "--css", "a\x01b"}, ExitCode::usage, "--css"},
         {{page, "--name", "X", "--css", "a\x7f"}, ExitCode::usage, "U+007F"},
@@ -190,7 +193,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     context.webHost = host.string();
     writeFile(apps, "a file where the apps folder should be");
     EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::failed);
-    EXPECT_EQ(decoded().apps.size(), 1u);
+    EXPECT_EQ(decoded().apps.size(), 2u);
     fs::remove(apps);
     writeFile(config, "[apps.x\n");
     EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::config);

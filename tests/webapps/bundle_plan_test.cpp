@@ -93,6 +93,10 @@ TEST(app_name, keeps_names_that_make_one_folder_inside_the_apps_folder) {
     EXPECT_EQ(validatedAppName("  Mail & Co  "), "Mail & Co");
     EXPECT_EQ(validatedAppName("!!!"), "!!!");
     EXPECT_EQ(validatedAppName("Ünïcode 日本"), "Ünïcode 日本");
+    // One name, one spelling: decomposed accents are composed (NFC), so "Café" typed
+    // either way names one app and one bundle folder.
+    EXPECT_EQ(validatedAppName("Cafe\xCC\x81"), "Caf\xC3\xA9");
+    EXPECT_EQ(validatedAppName("\xEF\xAC\x81le"), "\xEF\xAC\x81le") << "compatibility forms stay";
     const std::pair<std::string, const char*> refused[] = {
         {"a/b", "holds a “/”"},
         {"..", "starts with “.”"},
@@ -105,6 +109,9 @@ TEST(app_name, keeps_names_that_make_one_folder_inside_the_apps_folder) {
         {"\xFF\xFE", "not valid UTF-8"},
         {std::string(10000, 'x'), "longer than 200 bytes"},
         {" \t ", "needs a name"},
+        {"G\xE2\x80\x8Bmail", "invisible formatting character U+200B"},
+        {"\xE2\x80\xAEgnp.exe", "invisible formatting character U+202E"},
+        {"Mail\xEF\xBB\xBF", "invisible formatting character U+FEFF"},
     };
     for (const auto& [name, why] : refused) {
         const std::string message = messageOf([&] { validatedAppName(name); });

@@ -186,7 +186,8 @@ std::string defaultName(std::string_view url) {
 
 void refuseTakenName(const HalywardConfig& config, std::string_view name, std::string_view slug) {
     for (const WebAppRecord& app : config.apps) {
-        if (sameIgnoringCase(app.spec.name, name) || sameIgnoringCase(app.slug, slug)) {
+        // Records written before names were normalised may hold a decomposed spelling.
+        if (sameIgnoringCase(text::nfc(app.spec.name), name) || sameIgnoringCase(app.slug, slug)) {
             throw HalywardError::conflict("There is already a web app " +
                                           text::quoted(app.spec.name) + " (slug " + app.slug +
                                           "). Choose another --name, or remove that app first.");

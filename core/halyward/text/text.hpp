@@ -42,8 +42,16 @@ bool isLetter(char32_t scalar);
 /// General category N* (decimal digits of every script, letter-like numbers, ...).
 bool isNumber(char32_t scalar);
 
+/// General category Cf: invisible characters that shape or steer text (U+200B zero width
+/// space, U+202E right-to-left override, U+FEFF ...).
+bool isFormatCharacter(char32_t scalar);
 /// General category Cc: C0 controls, DEL and C1 controls.
 bool isControl(char32_t scalar);
+
+/// Unicode Normalization Form C: one spelling for text that can be written with
+/// precomposed or decomposed characters ("é" as U+00E9, never "e" + U+0301). Text that is
+/// not valid UTF-8 is returned unchanged.
+std::string nfc(std::string_view text);
 
 /// A grapheme cluster is white space when its first scalar is.
 bool isWhitespaceCharacter(std::string_view cluster);

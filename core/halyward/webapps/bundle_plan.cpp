@@ -61,6 +61,12 @@ bool hasLineBreakOrControl(std::string_view text) {
     return false;
 }
 
+std::string hex(char32_t scalar) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(scalar));
+    return buffer;
+}
+
 }  // namespace
 
 UUID UUID::random() {
@@ -117,13 +123,26 @@ std::string validatedAppName(std::string_view name) {
     if (trimmed.empty()) throw HalywardError::usage("An app needs a name.");
     if (!isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
     if (hasLineBreakOrControl(trimmed)) throw refuse("it holds a line break or control character");
+    // Characters that draw nothing, or turn the text around, make one name look like
+    // another ("G\u200Bmail"; a right-to-left override before "gnp.exe" that makes it read
+    // "exe.png"), so they are refused rather than dropped: the user learns what was there.
+    for (std::size_t pos = 0; pos < trimmed.size();) {
+        const text::Scalar scalar = text::decodeAt(trimmed, pos);
+        if (text::isFormatCharacter(scalar.value)) {
+            throw refuse("it holds the invisible formatting character " + hex(scalar.value));
+        }
+        pos += scalar.length;
+    }
     if (trimmed.find('/') != std::string_view::npos)
         throw refuse("it holds a " + text::quoted("/"));
     if (trimmed.front() == '.') throw refuse("it starts with " + text::quoted("."));
-    if (trimmed.size() > kMaxNameBytes) {
+    // One spelling per name: decomposed and precomposed accents name the same app and, on
+    // a file system that normalises names, the same bundle folder.
+    std::string composed = text::nfc(trimmed);
+    if (composed.size() > kMaxNameBytes) {
         throw refuse("it is longer than " + std::to_string(kMaxNameBytes) + " bytes");
     }
-    return std::string(trimmed);
+    return composed;
 }
 
 std::string slugify(std::string_view name) {
