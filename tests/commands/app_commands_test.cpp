@@ -301,6 +301,23 @@ TEST_F(AppFixture, app_list_reads_only_regular_hosts_and_replaces_the_others) {
     }
 }
 
+// A host in another script stays readable in the app's name, and usable in its address.
+TEST_F(AppFixture, an_international_host_names_the_app_in_its_own_script) {
+    writeFile(home / "icon.png", kPNG);
+    const CommandOutput output =
+        run({"app", "add", "http://café.localhost:9/", "--icon", "icon.png"});
+    ASSERT_EQ(output.exitCode, ExitCode::ok) << output.message;
+    ASSERT_EQ(decoded().apps.size(), 1u);
+    EXPECT_EQ(decoded().apps[0].spec.name, "café.localhost");
+    EXPECT_EQ(decoded().apps[0].slug, "café-localhost");
+    EXPECT_EQ(decoded().apps[0].spec.url, "http://xn--caf-dma.localhost:9/");
+    EXPECT_NE(readFile(config).find("\n[apps.café-localhost]\n"), std::string::npos)
+        << "a bare key";
+    // tomllib knows only ASCII bare keys, so the check that it reads the file waits until
+    // the app is gone again.
+    EXPECT_EQ(run({"app", "remove", "café.localhost", "--yes"}).exitCode, ExitCode::ok);
+}
+
 TEST_F(AppFixture, app_remove_takes_bundle_entry_and_record_and_keeps_website_data) {
     const TestSite site;
     ASSERT_EQ(run({"app", "add", site("/forms/"), "--name", "Forms"}).exitCode, ExitCode::ok);

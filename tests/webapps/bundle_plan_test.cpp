@@ -73,10 +73,23 @@ TEST(web_url, accepts_http_and_https_with_a_host_and_quotes_the_untrimmed_input_
     EXPECT_EQ(validatedWebURL("HTTP://Example.com"), "HTTP://Example.com");
     EXPECT_EQ(validatedWebURL("https://example.com/a b/é"), "https://example.com/a%20b/%C3%A9");
     EXPECT_EQ(validatedWebURL("http://[::1]:8080/"), "http://[::1]:8080/");
+    // A host in another script is kept in its ASCII (punycode) form, which every HTTP
+    // client and the web view accept; typed percent-encoded, it is read the same way.
+    EXPECT_EQ(validatedWebURL("http://café.localhost/é"), "http://xn--caf-dma.localhost/%C3%A9");
+    EXPECT_EQ(validatedWebURL("https://user@Bücher.example:8443/"),
+              "https://user@xn--bcher-kva.example:8443/");
+    EXPECT_EQ(validatedWebURL("http://caf%C3%A9.localhost/"), "http://xn--caf-dma.localhost/");
+    EXPECT_EQ(validatedWebURL("http://xn--caf-dma.localhost/"), "http://xn--caf-dma.localhost/");
+    EXPECT_EQ(displayHost("xn--caf-dma.localhost"), "café.localhost");
+    EXPECT_EQ(displayHost("Example.COM"), "Example.COM");
+    EXPECT_EQ(displayHost("xn--broken-.example"), "xn--broken-.example")
+        << "kept when it does not decode";
     for (const std::string bad :
          {" ftp://example.com/ ", "mail.example.com", "https:///path", "https:example.com",
           "file:///etc/passwd", "javascript:alert(1)", "", "https://exa\nmple.com",
-          "https://example.com/\x01", "http://:80/"}) {
+          "https://example.com/\x01", "http://:80/",
+          "http://a\xE2\x80\xAE"
+          "b.example/"}) {
         const std::string message = messageOf([&] { validatedWebURL(bad); });
         EXPECT_TRUE(message.ends_with("” needs to be an http or https address.")) << message;
         if (bad.find_first_of("\n\x01") == std::string::npos) {

@@ -175,11 +175,11 @@ std::string refreshedSentence(const std::vector<BundleCheck>& checks) {
 
 // --- app add ---------------------------------------------------------------------------
 
-// The host of the address, without a leading "www.": the name of an app added without
-// --name.
+// The host of the address, without a leading "www.", in its own script: the name of an
+// app added without --name.
 std::string defaultName(std::string_view url) {
     const auto parsed = parseAddress(url);
-    std::string host = parsed ? std::string(parsed->encoded_host()) : std::string();
+    std::string host = parsed ? displayHost(parsed->encoded_host()) : std::string();
     if (host.starts_with("www.") && host.size() > 4) host.erase(0, 4);
     return host;
 }

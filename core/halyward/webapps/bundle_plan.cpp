@@ -7,6 +7,7 @@
 #include "halyward/webapps/address_text.hpp"
 #include "halyward/webapps/sha256.hpp"
 
+#include <idn2.h>
 #include <uuid/uuid.h>
 
 #if defined(__APPLE__)
@@ -14,6 +15,8 @@
 #endif
 
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <system_error>
 
 namespace halyward {
@@ -61,6 +64,24 @@ bool hasLineBreakOrControl(std::string_view text) {
     return false;
 }
 
+bool isASCII(std::string_view text) {
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    }
+    return true;
+}
+
+// libidn2's answers are allocated with malloc.
+using IDNText = std::unique_ptr<char, decltype(&std::free)>;
+
+// The ASCII (punycode) form of an international host under the rules browsers follow
+// (UTS #46, non-transitional), or none when it is not a valid international name.
+std::optional<std::string> asciiHost(const std::string& host) {
+    char* out = nullptr;
+    if (idn2_to_ascii_8z(host.c_str(), &out, IDN2_NONTRANSITIONAL) != IDN2_OK) return std::nullopt;
+    return std::string(IDNText(out, &std::free).get());
+}
+
 std::string hex(char32_t scalar) {
     char buffer[16];
     std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(scalar));
@@ -104,14 +125,38 @@ std::string validatedWebURL(std::string_view text) {
                                     " needs to be an http or https address.");
     };
     if (detail::hasControlCharacter(trimmed)) throw refuse();
-    const auto url = parseAddress(trimmed);
+    auto url = parseAddress(trimmed);
     if (!url || !url->has_scheme()) throw refuse();
     const std::string scheme = text::lowercased(url->scheme());
     if ((scheme != "http" && scheme != "https") || !url->has_authority() ||
         url->encoded_host().empty()) {
         throw refuse();
     }
+    // A host in another script is written in its ASCII form, as the address bar of a
+    // browser does: percent-encoded, it would reach no server and no HTTP client would
+    // take it. The name of the app shows it in its own script again (`displayHost`).
+    if (url->host_type() == boost::urls::host_type::name) {
+        const std::string host = url->host();
+        if (!isASCII(host)) {
+            const auto ascii = asciiHost(host);
+            if (!ascii) throw refuse();
+            url->set_encoded_host(*ascii);
+        }
+    }
     return std::string(url->buffer());
+}
+
+std::string displayHost(std::string_view host) {
+    const std::string original(host);
+    if (text::lowercased(original).find("xn--") == std::string::npos) return original;
+    char* out = nullptr;
+    if (idn2_to_unicode_8z8z(original.c_str(), &out, 0) != IDN2_OK) return original;
+    const std::string unicode(IDNText(out, &std::free).get());
+    // The decoder alone accepts labels that no valid name encodes to; only a name that
+    // encodes back to the same host is shown.
+    const auto again = asciiHost(unicode);
+    if (!again || *again != text::lowercased(original)) return original;
+    return unicode;
 }
 
 std::string validatedAppName(std::string_view name) {
