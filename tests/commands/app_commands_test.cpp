@@ -17,6 +17,7 @@
 #include "support/toml_peer.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
 #include <filesystem>
 
@@ -37,6 +38,16 @@ const std::string kPNG(
     "\x10\x50\x30\xf8\x0f\x00\x02\x04\x01\x60\x8d\xbc\xbb\x71\x00\x00\x00\x00\x49\x45\x4e\x44"
     "\xae\x42\x60\x82",
     70);
+
+std::vector<std::string> listing(const fs::path& folder) {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 struct AppFixture : ::testing::Test {
     ScratchFolder scratch;
@@ -147,6 +158,10 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     writeFile(home / "empty.png", "");
     writeFile(home / "big.png", kPNG + std::string(5 << 20, 'x'));
     const std::string page = site("/forms/");
+    // What Halyward did not make is never its to replace: a folder or a file already where
+    // the bundle would go.
+    writeFile(bundle("Notes") / "Contents" / "notes.txt", "mine");
+    writeFile(bundle("Todo"), "a plain file");
     struct Case {
         Args arguments;
         int exitCode;
@@ -168,6 +183,8 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         {{page, "--name", "Cafe\xCC\x81"}, ExitCode::conflict},  // the same name, decomposed
         {{page, "--name", "G\xE2\x80\x8Bmail"}, ExitCode::usage, "U+200B"},
         {{page, "--name", "X", "--icon", "stub.png"}, ExitCode::usage, "not a PNG"},
+        {{page, "--name", "Notes"}, ExitCode::conflict, "“" + bundle("Notes").string() + "”"},
+        {{page, "--name", "Todo"}, ExitCode::conflict, "“" + bundle("Todo").string() + "”"},
         {{page, "--name", "X", "--css", "a\x01b"}, ExitCode::usage, "--css"},
         {{page, "--name", "X", "--css", "a\x7f"}, ExitCode::usage, "U+007F"},
         {{page, "--name", "X", "--js", "\xC2\x85"}, ExitCode::usage, "U+0085"},
@@ -191,6 +208,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::unavailable);
     }
     context.webHost = host.string();
+    fs::remove_all(apps);
     writeFile(apps, "a file where the apps folder should be");
     EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::failed);
     EXPECT_EQ(decoded().apps.size(), 2u);
@@ -241,6 +259,41 @@ TEST_F(AppFixture, a_record_that_cannot_be_written_takes_its_bundle_with_it) {
         EXPECT_FALSE(fs::exists(bundle("X"))) << "no bundle without its record";
         EXPECT_FALSE(fs::exists(desktopEntryPath(home.string(), "app.halyward.web.x")));
     }
+}
+
+// Two adds of one name at once: the one that records the name first keeps its app whole,
+// and the other changes nothing, also when what took the path is not an app at all.
+TEST_F(AppFixture, an_add_that_loses_the_name_leaves_the_winner_untouched) {
+    const TestSite site;
+    CommandContext other = context;
+    other.progress = nullptr;
+    std::optional<CommandOutput> winner;
+    context.progress = [&](std::string_view line) {
+        if (line == "Fetching the page…" && !winner) {
+            winner = CommandRouter(other).run({"app", "add", site("/plain/"), "--name", "Same"});
+        }
+    };
+    const CommandOutput loser = run({"app", "add", site("/forms/"), "--name", "Same"});
+    ASSERT_TRUE(winner);
+    ASSERT_EQ(winner->exitCode, ExitCode::ok) << winner->message;
+    EXPECT_EQ(loser.exitCode, ExitCode::conflict) << loser.message;
+    EXPECT_EQ(readBundleInfo(bundle("Same")).value_or(BundleInfo{}).string("HWURL"),
+              site("/plain/"));
+    EXPECT_TRUE(fs::exists(desktopEntryPath(home.string(), "app.halyward.web.same")));
+    EXPECT_EQ(listing(apps), std::vector<std::string>{"Same.app"}) << "nothing hidden is left";
+    EXPECT_EQ(run({"app", "list"}).message, "Same (same) " + site("/plain/"));
+
+    context.progress = [&](std::string_view line) {
+        if (line == "Fetching the page…")
+            writeFile(bundle("Late") / "Contents" / "mine.txt", "mine");
+    };
+    const CommandOutput late = run({"app", "add", site("/forms/"), "--name", "Late"});
+    EXPECT_EQ(late.exitCode, ExitCode::conflict) << late.message;
+    EXPECT_NE(late.message.find("“" + bundle("Late").string() + "”"), std::string::npos)
+        << late.message;
+    EXPECT_EQ(listing(bundle("Late")), std::vector<std::string>{"Contents"});
+    EXPECT_EQ(readFile(bundle("Late") / "Contents" / "mine.txt"), "mine");
+    EXPECT_EQ(decoded().apps.size(), 1u);
 }
 
 TEST_F(AppFixture, app_list_shows_each_bundle_and_brings_hosts_up_to_date) {
@@ -299,6 +352,34 @@ TEST_F(AppFixture, app_list_reads_only_regular_hosts_and_replaces_the_others) {
         EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(webHostExecutable(bundle(name)))));
         EXPECT_EQ(readFile(webHostExecutable(bundle(name))), readFile(host)) << name;
     }
+}
+
+// A staging folder left by a killed add is ours to delete, once nobody holds it and it is
+// old enough not to be one that a run is just setting up; until then doctor names it.
+TEST_F(AppFixture, stale_staging_folders_are_reported_then_removed_and_live_ones_stay) {
+    const auto staging = [&] {
+        return apps / (".halyward-" + UUID::random().uuidString() + ".tmp");
+    };
+    const fs::path stale = staging(), live = staging(), fresh = staging();
+    const fs::path notOurs = apps / ".halyward-notes.tmp";
+    for (const fs::path& folder : {stale, live, fresh, notOurs}) {
+        writeFile(folder / "Contents" / "MacOS" / "HalywardWebHost", "host");
+    }
+    for (const fs::path& folder : {stale, live, notOurs}) {
+        fs::last_write_time(folder, fs::file_time_type::clock::now() - 2h);
+    }
+    const UniqueFd held(::open(live.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(held.get(), LOCK_EX | LOCK_NB), 0);
+
+    const CommandOutput before = run({"doctor"});
+    EXPECT_NE(before.message.find("“" + stale.string() + "”"), std::string::npos) << before.message;
+    for (const fs::path& kept : {live, fresh, notOurs}) {
+        EXPECT_EQ(before.message.find(kept.string()), std::string::npos) << before.message;
+    }
+    ASSERT_EQ(run({"app", "list"}).exitCode, ExitCode::ok);
+    EXPECT_FALSE(fs::exists(stale));
+    for (const fs::path& kept : {live, fresh, notOurs}) EXPECT_TRUE(fs::exists(kept)) << kept;
+    EXPECT_EQ(run({"doctor"}).message.find(stale.string()), std::string::npos);
 }
 
 // A host in another script stays readable in the app's name, and usable in its address.

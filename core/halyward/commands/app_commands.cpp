@@ -16,6 +16,7 @@
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
+#include "halyward/webapps/staging.hpp"
 
 #include <sys/stat.h>
 
@@ -289,7 +290,10 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
         if (canonical) claimChord(config, *canonical, slug, identifier);
     };
     checkAgainst(run.read().decode());
+    const fs::path bundlePath = fs::path(run.appsDirectory()) / (name + ".app");
+    WebBundleWriter::requireFreeBundlePath(bundlePath);
     const fs::path host = requireHost(run);
+    removeStaleStagingFolders(run.appsDirectory());
 
     std::string iconNote;
     if (png) {
@@ -306,7 +310,7 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
     const WebAppBundlePlan plan(name, slug, url, identifier, UUID::random(), run.appsDirectory());
     const std::optional<std::vector<std::uint8_t>> icns =
         png ? std::optional(ICNSWriter::wrappingPNG(*png)) : std::nullopt;
-    WebBundleWriter::install(plan, host, icns, run.context.home, png);
+    const std::unique_ptr<StagingFolder> staged = WebBundleWriter::stage(plan, host, icns, png);
 
     WebAppRecord record;
     record.slug = slug;
@@ -319,21 +323,24 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
     record.spec.userJS = values.js.value_or("");
     record.spec.iconPath = iconPath;
     HalywardConfig recorded;
+    bool placed = false;
     try {
-        // Checked again under the lock: another command may have taken the name or the
-        // chord while the site was fetched.
+        // The name is claimed under the lock, and only then does the bundle go into place:
+        // another add may have taken the name (or something else the path) while the site
+        // was fetched, and then this one gives way without touching what is there.
         recorded = run.edit([&](ConfigFile& file) {
                           checkAgainst(file.decode());
+                          WebBundleWriter::place(*staged, plan.bundlePath);
+                          placed = true;
                           file.upsertApp(record);
                       })
                        .decode();
     } catch (...) {
-        // No bundle without its record.
-        try {
-            WebBundleWriter::remove(plan.bundlePath, run.context.home);
-        } catch (const HalywardError&) {}
+        // No bundle without its record; and only the bundle this run placed goes.
+        if (placed) WebBundleWriter::withdraw(*staged, plan.bundlePath, run.context.home);
         throw;
     }
+    WebBundleWriter::signAndRegister(plan.bundlePath, identifier, run.context.home);
 
     std::string message = "Made the web app " + text::quoted(name) + " for " + url + " in " +
                           text::quoted(plan.bundlePath.string()) + iconNote + ".";
@@ -350,6 +357,7 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
 
 CommandOutput appList(const CommandRun& run) {
     const HalywardConfig config = run.load().decode();
+    removeStaleStagingFolders(run.appsDirectory());
     const std::vector<BundleCheck> checks = checkBundles(run, config);
     JSONArray list;
     std::string message;
@@ -379,6 +387,7 @@ CommandOutput appList(const CommandRun& run) {
 CommandOutput appRemove(const CommandRun& run, const std::string& name) {
     const auto found = findWebAppByName(run.read().decode(), name);
     if (!found) throw HalywardError::notFound("No web app is called " + text::quoted(name) + ".");
+    removeStaleStagingFolders(run.appsDirectory());
 
     // The bundle is first moved aside under a hidden name, so that it can come back
     // whole should the configuration not be written; only then is it deleted. A link is
@@ -398,7 +407,11 @@ CommandOutput appRemove(const CommandRun& run, const std::string& name) {
         }
     }
     std::optional<fs::path> aside;
+    // Held while it is set aside, so that no other run takes the hidden copy for one left
+    // by a killed run and deletes it before this one knows whether it must come back.
+    UniqueFd held;
     if (bundle) {
+        held = holdFolder(*bundle);
         aside = bundle->parent_path() / (".halyward-" + UUID::random().uuidString() + ".tmp");
         std::error_code error;
         fs::rename(*bundle, *aside, error);

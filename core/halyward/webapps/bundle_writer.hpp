@@ -7,9 +7,11 @@
 /// `home`, the user's home folder passed in by the caller, never from the environment.
 
 #include "halyward/webapps/bundle_plan.hpp"
+#include "halyward/webapps/staging.hpp"
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +36,29 @@ std::optional<std::string> digest(const std::filesystem::path& ofFile);
 void install(const WebAppBundlePlan& plan, const std::filesystem::path& hostBinary,
              const std::optional<std::vector<std::uint8_t>>& icon, std::string_view home,
              const std::optional<std::vector<std::uint8_t>>& pngIcon = std::nullopt);
+
+/// Builds the whole bundle of `plan`, as `install` does, in a staging folder beside
+/// `plan.bundlePath`, without touching the bundle path; the folder goes away with the
+/// answer unless `place` moved it into place. Throws as `install` does.
+std::unique_ptr<StagingFolder> stage(const WebAppBundlePlan& plan,
+                                     const std::filesystem::path& hostBinary,
+                                     const std::optional<std::vector<std::uint8_t>>& icon,
+                                     const std::optional<std::vector<std::uint8_t>>& pngIcon);
+
+/// Throws HalywardError::conflict, quoting the path, when anything at all (a folder, a
+/// file, a link, even a dangling one) is at `bundlePath`: it is not this run's to replace.
+void requireFreeBundlePath(const std::filesystem::path& bundlePath);
+
+/// Renames the staged bundle to `bundlePath` in one step that fails instead of replacing
+/// anything already there (then HalywardError::conflict as `requireFreeBundlePath`, and
+/// nothing is changed). Throws HalywardError::failed for other file-system failures.
+void place(StagingFolder& staged, const std::filesystem::path& bundlePath);
+
+/// Undoes `place` when its record could not be written: deletes the bundle at
+/// `bundlePath` only while it is still the very folder `staged` placed there, together
+/// with the launcher entries written for it. Never throws.
+void withdraw(const StagingFolder& staged, const std::filesystem::path& bundlePath,
+              std::string_view home);
 
 /// Rewrites Info.plist and stub.json of an existing bundle (each file atomically), then
 /// `signAndRegister`. The host executable and the icons stay as they are. Does nothing
