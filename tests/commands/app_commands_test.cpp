@@ -382,6 +382,30 @@ TEST_F(AppFixture, stale_staging_folders_are_reported_then_removed_and_live_ones
     EXPECT_EQ(run({"doctor"}).message.find(stale.string()), std::string::npos);
 }
 
+// The app is made either way; the message tells why the launcher will not list it.
+TEST_F(AppFixture, an_app_whose_launcher_entry_cannot_be_written_says_so) {
+    writeFile(home / "icon.png", kPNG);
+    const std::pair<std::function<void()>, std::string> blocked[] = {
+        {[&] { writeFile(entries, "a file where the folder should be"); }, "Files"},
+        {[&] {
+             fs::remove(entries);
+             writeFile(desktopEntryPath(home.string(), "app.halyward.web.theirs"),
+                       "[Desktop Entry]\nType=Application\nName=Theirs\nExec=true\n");
+         },
+         "Theirs"},
+    };
+    for (const auto& [block, name] : blocked) {
+        block();
+        const CommandOutput output =
+            run({"app", "add", "http://127.0.0.1:9/", "--name", name, "--icon", "icon.png"});
+        EXPECT_EQ(output.exitCode, ExitCode::ok) << output.message;
+        EXPECT_TRUE(fs::exists(webHostExecutable(bundle(name))));
+        EXPECT_NE(output.message.find(" It will not appear in the launcher: "), std::string::npos)
+            << output.message;
+        EXPECT_NE(output.message.find("“" + entries.string()), std::string::npos) << output.message;
+    }
+}
+
 // A host in another script stays readable in the app's name, and usable in its address.
 TEST_F(AppFixture, an_international_host_names_the_app_in_its_own_script) {
     writeFile(home / "icon.png", kPNG);

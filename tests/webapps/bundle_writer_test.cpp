@@ -208,7 +208,7 @@ TEST_F(WriterTest, failures_leave_nothing_half_written) {
               }).rfind("usage: ", 0),
               0u);
     EXPECT_TRUE(listing(apps).empty());
-    EXPECT_FALSE(installDesktopEntry("", mail.bundlePath)) << "no home, no entry";
+    EXPECT_NE(installDesktopEntry("", mail.bundlePath), std::nullopt) << "no home, no entry";
 
     // Permission bits do not stop root, so as root the apps folder sits in sysfs, where
     // nobody may create folders.

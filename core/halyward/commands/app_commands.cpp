@@ -340,12 +340,14 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
         if (placed) WebBundleWriter::withdraw(*staged, plan.bundlePath, run.context.home);
         throw;
     }
-    WebBundleWriter::signAndRegister(plan.bundlePath, identifier, run.context.home);
+    const std::optional<std::string> unlisted =
+        WebBundleWriter::signAndRegister(plan.bundlePath, identifier, run.context.home);
 
     std::string message = "Made the web app " + text::quoted(name) + " for " + url + " in " +
                           text::quoted(plan.bundlePath.string()) + iconNote + ".";
     if (canonical) message += " " + *canonical + " brings it up.";
     if (tile) message += " It opens in the " + *tile + " tile.";
+    if (unlisted) message += " It will not appear in the launcher: " + *unlisted + ".";
     if (chord) {
         if (auto reservation = SystemHotkeys::reservation(*chord)) {
             message += " Warning: " + *reservation + " It may not reach Halyward.";

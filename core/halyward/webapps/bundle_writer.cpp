@@ -286,8 +286,8 @@ void remove(const fs::path& bundlePath, std::string_view home) {
 #endif
 }
 
-void signAndRegister(const fs::path& bundlePath, std::string_view identifier,
-                     std::string_view home) {
+std::optional<std::string> signAndRegister(const fs::path& bundlePath, std::string_view identifier,
+                                           std::string_view home) {
 #if defined(__APPLE__)
     (void)home;
     const std::vector<std::string> codesign = codesignArguments(bundlePath.string(), identifier);
@@ -295,9 +295,10 @@ void signAndRegister(const fs::path& bundlePath, std::string_view identifier,
     run("/System/Library/Frameworks/CoreServices.framework/Frameworks/LaunchServices.framework/"
         "Support/lsregister",
         {"-f", bundlePath.string()});
+    return std::nullopt;
 #else
     (void)identifier;  // the entry takes the identifier from the bundle's own Info.plist
-    installDesktopEntry(home, bundlePath);
+    return installDesktopEntry(home, bundlePath);
 #endif
 }
 

@@ -82,11 +82,12 @@ std::optional<std::string> bundleIdentifier(const std::filesystem::path& at);
 void remove(const std::filesystem::path& bundlePath, std::string_view home);
 
 /// macOS: runs codesign (`codesignArguments`) and then lsregister -f on the bundle.
-/// Linux: writes the desktop entry for the bundle (`DesktopEntry`) and refreshes the
-/// launcher cache. Never fails: a missing tool, a failed signature or an unwritable
-/// applications folder leaves the bundle usable by its path.
-void signAndRegister(const std::filesystem::path& bundlePath, std::string_view identifier,
-                     std::string_view home);
+/// Linux: writes the desktop entry for the bundle (`installDesktopEntry`) and refreshes
+/// the launcher cache. Never fails: a missing tool, a failed signature or an unwritable
+/// applications folder leaves the bundle usable by its path. Answers why the app will
+/// not be listed by launchers (Linux: why its entry was not written); none when it will.
+std::optional<std::string> signAndRegister(const std::filesystem::path& bundlePath,
+                                           std::string_view identifier, std::string_view home);
 
 /// Runs `executable` (looked up in the search path when it has no "/") with `arguments`,
 /// its output and errors sent to the null device, and waits for it to exit. Answers its

@@ -1,6 +1,8 @@
 #include "halyward/webapps/desktop_entry.hpp"
 
+#include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/text/text.hpp"
 #include "halyward/webapps/application_id.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/bundle_plan.hpp"
@@ -135,14 +137,18 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText) {
     return std::nullopt;
 }
 
-bool installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
+std::optional<std::string> installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
     // Without a real home folder the entry would land in "/.local"; better none at all.
-    if (!fs::path(std::string(home)).is_absolute()) return false;
+    if (!fs::path(std::string(home)).is_absolute()) {
+        return "there is no home folder to hold its launcher entry";
+    }
     const auto info = readBundleInfo(bundlePath);
-    if (!info) return false;
-    const auto identifier = info->string("CFBundleIdentifier");
-    const auto name = info->string("CFBundleName");
-    if (!identifier || !name) return false;
+    const auto identifier = info ? info->string("CFBundleIdentifier") : std::nullopt;
+    const auto name = info ? info->string("CFBundleName") : std::nullopt;
+    if (!identifier || !name) {
+        return "the bundle's Info.plist does not name it, so Halyward can't describe it to "
+               "launchers";
+    }
 
     DesktopEntry entry{*name, bundlePath, applicationID(*identifier), std::nullopt};
     std::error_code error;
@@ -152,15 +158,22 @@ bool installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
     const fs::path file = desktopEntryPath(home, entry.applicationID);
     if (fs::exists(fs::symlink_status(file, error))) {
         const auto existing = readSmallFile(file);
-        if (!existing || !desktopEntryBundle(*existing)) return false;
+        if (!existing || !desktopEntryBundle(*existing)) {
+            return text::quoted(file.string()) +
+                   " is already there and was not written by Halyward, which leaves it alone";
+        }
     }
     try {
         AtomicFile::write(entry.text(), file.string(), 0644);
-    } catch (const std::exception&) {
-        return false;
+    } catch (const HalywardError& failure) {
+        std::string why = failure.message;
+        if (!why.empty() && why.back() == '.') why.pop_back();
+        return why;
+    } catch (const std::exception& failure) {
+        return "Halyward can't write " + text::quoted(file.string()) + ": " + failure.what();
     }
     refreshLauncherCache(file.parent_path());
-    return true;
+    return std::nullopt;
 }
 
 int removeDesktopEntries(std::string_view home, const fs::path& bundlePath) {

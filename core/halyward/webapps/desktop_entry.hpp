@@ -50,11 +50,13 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText);
 
 /// Writes the desktop entry of the bundle at `bundlePath` (its name and identifier read
 /// from its Info.plist, its icon Contents/Resources/AppIcon.png when present), then runs
-/// update-desktop-database on the folder when that tool is installed. An existing file
-/// of the same name that this program did not write (no X-Halyward-Bundle) is left
-/// alone, and nothing is written when `home` is not an absolute path. Answers whether the
-/// entry was written; throws nothing.
-bool installDesktopEntry(std::string_view home, const std::filesystem::path& bundlePath);
+/// update-desktop-database on the folder when that tool is installed. An existing file of
+/// the same name that this program did not write (no X-Halyward-Bundle) is left alone,
+/// and nothing is written when `home` is not an absolute path. Answers why the entry was
+/// not written, as a phrase that follows "It will not appear in the launcher: "; none
+/// when it was. Throws nothing.
+std::optional<std::string> installDesktopEntry(std::string_view home,
+                                               const std::filesystem::path& bundlePath);
 
 /// Removes every entry in the applications folder whose X-Halyward-Bundle is
 /// `bundlePath`, then refreshes the launcher cache when something was removed. Answers how
