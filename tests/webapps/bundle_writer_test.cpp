@@ -102,14 +102,16 @@ TEST_F(WriterTest, install_writes_a_complete_bundle_that_real_readers_accept) {
     EXPECT_NE(text.find("\nStartupWMClass=app.halyward.web.mail-co-100\n"), std::string::npos)
         << text;
     EXPECT_EQ(desktopEntryBundle(text), mail.bundlePath.string());
-    // The Exec line holds the executable quoted twice over: Exec quoting, then string escapes.
-    EXPECT_NE(
-        text.find(
-            "\nExec=\"" + std::string(home) +
-            "/Apps \\\\$HOME 'q' \\\\\"dq\\\\\" 100%% \\\\`x\\\\` back\\\\\\\\slash/Mail & \\\\\"Co\\\\\" 100%%.app"
-            "/Contents/MacOS/HalywardWebHost\"\n"),
-        std::string::npos)
-        << text;
+    // GLib looks for the program of Exec before it expands "%%", so the host of a bundle
+    // whose path holds "%" is started through a link whose path holds none. GLib's own
+    // loader must take the entry and start the host.
+    const fs::path link = desktopLauncherLink(home, applicationID(mail.bundleIdentifier));
+    EXPECT_NE(text.find("\nExec=\"" + link.string() + "\"\n"), std::string::npos) << text;
+    EXPECT_EQ(fs::canonical(link), fs::canonical(webHostExecutable(mail.bundlePath)));
+    const auto [launched, said] = shell({"gio", "launch", entry.string()});
+    if (launched != 127) {
+        EXPECT_EQ(launched, 0) << said;
+    }
 }
 
 TEST_F(WriterTest, installing_again_replaces_the_host_and_both_files) {
@@ -165,7 +167,10 @@ TEST_F(WriterTest, remove_deletes_the_bundle_and_only_our_entries) {
     WebBundleWriter::remove(mail.bundlePath, home);
     EXPECT_FALSE(fs::exists(mail.bundlePath));
     EXPECT_FALSE(fs::exists(entryFor(mail)));
+    EXPECT_FALSE(fs::exists(
+        fs::symlink_status(desktopLauncherLink(home, applicationID(mail.bundleIdentifier)))));
     EXPECT_TRUE(fs::exists(entryFor(chat)));
+    EXPECT_TRUE(fs::exists(desktopLauncherLink(home, applicationID(chat.bundleIdentifier))));
     EXPECT_TRUE(fs::exists(foreign)) << "an X-Halyward-Bundle outside [Desktop Entry] is not ours";
     EXPECT_NO_THROW(WebBundleWriter::remove(mail.bundlePath, home))
         << "a missing bundle is not an error";

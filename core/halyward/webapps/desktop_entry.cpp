@@ -54,6 +54,30 @@ std::optional<std::string> readSmallFile(const fs::path& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// Points the link at `target`, through a new link renamed over the old one so that the
+// launcher never finds none. Answers the reason when it cannot.
+std::optional<std::string> placeLink(const fs::path& link, const fs::path& target) {
+    std::error_code error;
+    fs::create_directories(link.parent_path(), error);
+    const fs::path temporary =
+        link.parent_path() / (".halyward-" + UUID::random().uuidString() + ".tmp");
+    if (!error) fs::create_symlink(target, temporary, error);
+    if (!error) fs::rename(temporary, link, error);
+    if (!error) return std::nullopt;
+    std::error_code ignored;
+    fs::remove(temporary, ignored);
+    return "Halyward can't write " + text::quoted(link.string()) + ": " +
+           systemReason(error.value());
+}
+
+// The link made for the bundle at `bundlePath` under the application id `id`, when
+// there is one and it still points at that bundle's host.
+bool isOurLink(std::string_view home, std::string_view id, const fs::path& bundlePath) {
+    std::error_code error;
+    const fs::path target = fs::read_symlink(desktopLauncherLink(home, id), error);
+    return !error && target == webHostExecutable(bundlePath);
+}
+
 void refreshLauncherCache(const fs::path& folder) {
     // Launchers that read the MIME cache pick up the change at once; without the tool they
     // notice the new file on their own, so its absence is not an error.
@@ -63,7 +87,8 @@ void refreshLauncherCache(const fs::path& folder) {
 }  // namespace
 
 std::string DesktopEntry::text() const {
-    const std::string executable = webHostExecutable(bundlePath).string();
+    const std::string executable =
+        program ? program->string() : webHostExecutable(bundlePath).string();
     std::string out = "[Desktop Entry]\nType=Application\n";
     out += "Name=" + desktopEntryEscaped(name) + "\n";
     out += "Exec=" + desktopEntryEscaped(desktopExecArgument(executable)) + "\n";
@@ -81,6 +106,11 @@ fs::path desktopEntryFolder(std::string_view home) {
 
 fs::path desktopEntryPath(std::string_view home, std::string_view applicationID) {
     return desktopEntryFolder(home) / (std::string(applicationID) + ".desktop");
+}
+
+fs::path desktopLauncherLink(std::string_view home, std::string_view applicationID) {
+    return fs::path(std::string(home)) / ".local" / "share" / "halyward" / "launchers" /
+           std::string(applicationID);
 }
 
 std::string desktopEntryEscaped(std::string_view value) {
@@ -163,6 +193,18 @@ std::optional<std::string> installDesktopEntry(std::string_view home, const fs::
                    " is already there and was not written by Halyward, which leaves it alone";
         }
     }
+    // GLib's loader checks that Exec's program exists before it turns "%%" into "%", so
+    // a program path with "%" in it never loads. A link in Halyward's own folder leads
+    // there instead; the host finds its bundle from its real path all the same.
+    if (webHostExecutable(bundlePath).string().find('%') != std::string::npos) {
+        const fs::path link = desktopLauncherLink(home, entry.applicationID);
+        if (link.string().find('%') != std::string::npos) {
+            return "the path of its launcher link " + text::quoted(link.string()) +
+                   " holds a “%”, which launchers cannot start";
+        }
+        if (auto why = placeLink(link, webHostExecutable(bundlePath))) return why;
+        entry.program = link;
+    }
     try {
         AtomicFile::write(entry.text(), file.string(), 0644);
     } catch (const HalywardError& failure) {
@@ -191,6 +233,8 @@ int removeDesktopEntries(std::string_view home, const fs::path& bundlePath) {
     }
     int removed = 0;
     for (const fs::path& path : ours) {
+        const std::string id = path.stem().string();
+        if (isOurLink(home, id, bundlePath)) fs::remove(desktopLauncherLink(home, id), error);
         if (fs::remove(path, error)) ++removed;
     }
     if (removed > 0) refreshLauncherCache(folder);
