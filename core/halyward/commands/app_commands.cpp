@@ -21,7 +21,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -236,19 +235,17 @@ std::vector<std::uint8_t> readIconFile(const CommandRun& run, const std::string&
 // needs and which other readers of the file refuse.
 void checkUserText(std::string_view option, const std::optional<std::string>& value) {
     if (!value) return;
+    if (!text::isValidUTF8(*value)) {
+        throw HalywardError::usage("The text given with " + std::string(option) +
+                                   " is not valid UTF-8.");
+    }
     for (std::size_t pos = 0; pos < value->size();) {
         const text::Scalar scalar = text::decodeAt(*value, pos);
-        if (scalar.value == 0xFFFD && value->compare(pos, 3, "\xEF\xBF\xBD") != 0) {
-            throw HalywardError::usage("The text given with " + std::string(option) +
-                                       " is not valid UTF-8.");
-        }
         if (text::isControl(scalar.value) && scalar.value != '\t' && scalar.value != '\n' &&
             scalar.value != '\r') {
-            char code[16];
-            std::snprintf(code, sizeof code, "U+%04X", static_cast<unsigned>(scalar.value));
-            throw HalywardError::usage("The text given with " + std::string(option) +
-                                       " holds the control character " + code +
-                                       "; only tabs and line breaks may stand in it.");
+            throw HalywardError::usage(
+                "The text given with " + std::string(option) + " holds the control character " +
+                text::codePoint(scalar.value) + "; only tabs and line breaks may stand in it.");
         }
         pos += scalar.length;
     }

@@ -2,6 +2,7 @@
 
 #include <utf8proc.h>
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace halyward::text {
@@ -137,6 +138,21 @@ bool isFormatCharacter(char32_t c) {
 }
 
 bool isControl(char32_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F); }
+
+bool isValidUTF8(std::string_view text) {
+    for (std::size_t pos = 0; pos < text.size();) {
+        const Scalar scalar = decodeAt(text, pos);
+        if (scalar.value == kReplacement && text.substr(pos, 3) != "\xEF\xBF\xBD") return false;
+        pos += scalar.length;
+    }
+    return true;
+}
+
+std::string codePoint(char32_t scalar) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(scalar));
+    return buffer;
+}
 
 std::string nfc(std::string_view text) {
     bool ascii = true;

@@ -48,6 +48,13 @@ bool isFormatCharacter(char32_t scalar);
 /// General category Cc: C0 controls, DEL and C1 controls.
 bool isControl(char32_t scalar);
 
+/// True when every byte of `text` belongs to a valid UTF-8 sequence (a literal U+FFFD
+/// included).
+bool isValidUTF8(std::string_view text);
+
+/// The scalar's code point as Unicode writes it: "U+200B", "U+1F600".
+std::string codePoint(char32_t scalar);
+
 /// Unicode Normalization Form C: one spelling for text that can be written with
 /// precomposed or decomposed characters ("é" as U+00E9, never "e" + U+0301). Text that is
 /// not valid UTF-8 is returned unchanged.

@@ -44,15 +44,6 @@ std::string xmlEscaped(std::string_view value) {
     return out;
 }
 
-bool isValidUTF8(std::string_view text) {
-    for (std::size_t pos = 0; pos < text.size();) {
-        const text::Scalar scalar = text::decodeAt(text, pos);
-        if (scalar.value == U'\uFFFD' && text.substr(pos, 3) != "\xEF\xBF\xBD") return false;
-        pos += scalar.length;
-    }
-    return true;
-}
-
 bool hasLineBreakOrControl(std::string_view text) {
     for (std::size_t pos = 0; pos < text.size();) {
         const text::Scalar scalar = text::decodeAt(text, pos);
@@ -80,12 +71,6 @@ std::optional<std::string> asciiHost(const std::string& host) {
     char* out = nullptr;
     if (idn2_to_ascii_8z(host.c_str(), &out, IDN2_NONTRANSITIONAL) != IDN2_OK) return std::nullopt;
     return std::string(IDNText(out, &std::free).get());
-}
-
-std::string hex(char32_t scalar) {
-    char buffer[16];
-    std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(scalar));
-    return buffer;
 }
 
 }  // namespace
@@ -166,7 +151,7 @@ std::string validatedAppName(std::string_view name) {
                                     " cannot be an app name: " + std::string(why) + ".");
     };
     if (trimmed.empty()) throw HalywardError::usage("An app needs a name.");
-    if (!isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
+    if (!text::isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
     if (hasLineBreakOrControl(trimmed)) throw refuse("it holds a line break or control character");
     // Characters that draw nothing, or turn the text around, make one name look like
     // another ("G\u200Bmail"; a right-to-left override before "gnp.exe" that makes it read
@@ -174,7 +159,8 @@ std::string validatedAppName(std::string_view name) {
     for (std::size_t pos = 0; pos < trimmed.size();) {
         const text::Scalar scalar = text::decodeAt(trimmed, pos);
         if (text::isFormatCharacter(scalar.value)) {
-            throw refuse("it holds the invisible formatting character " + hex(scalar.value));
+            throw refuse("it holds the invisible formatting character " +
+                         text::codePoint(scalar.value));
         }
         pos += scalar.length;
     }

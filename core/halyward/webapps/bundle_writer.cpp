@@ -115,9 +115,10 @@ bool renameWithoutReplacing(const fs::path& from, const fs::path& to, std::error
     return !error;
 }
 
+// True when `path` (not followed) is the very file or folder open at `fd`.
 bool sameFile(int fd, const fs::path& path) {
-    struct stat held {
-    }, there{};
+    struct stat held {};
+    struct stat there {};
     return ::fstat(fd, &held) == 0 && ::lstat(path.c_str(), &there) == 0 &&
            held.st_dev == there.st_dev && held.st_ino == there.st_ino;
 }
