@@ -77,7 +77,6 @@ UniqueFd holdFolder(const fs::path& path) {
     do {
         result = ::flock(fd.get(), LOCK_EX);
     } while (result != 0 && errno == EINTR);
-    if (result != 0) return {};
     return fd;
 }
 

@@ -22,9 +22,10 @@ inline constexpr std::chrono::minutes kStaleStagingAge{2};
 /// staging folders; any other name in the apps folder is never ours to delete.
 bool isStagingFolderName(std::string_view name);
 
-/// An open, locked descriptor on the folder at `path` (not followed when it is a link),
-/// held until the owner goes away; an invalid one when there is no folder there or it
-/// cannot be locked.
+/// An open descriptor on the folder at `path` (not followed when it is a link), locked
+/// until the owner goes away; an invalid one when there is no folder there. On a file
+/// system without locks the descriptor is still answered, unlocked: it still names the
+/// folder, and such folders are never taken for left behind (see `staleStagingFolders`).
 UniqueFd holdFolder(const std::filesystem::path& path);
 
 /// A new staging folder beside `target` (in its parent folder), held for as long as the
