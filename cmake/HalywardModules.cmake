@@ -15,6 +15,8 @@ else()
   pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 endif()
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+# International host names of web-app addresses (IDNA: punycode and back).
+pkg_check_modules(IDN2 REQUIRED IMPORTED_TARGET libidn2)
 # The webapps module compares the hosts it copies into bundles by their SHA-256 digests.
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 # 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).

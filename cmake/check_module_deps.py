@@ -21,6 +21,7 @@ LIBRARIES = {
     "PkgConfig::PCRE2": re.compile(r"#include <pcre2\.h>"),
     "PkgConfig::PLIST": re.compile(r"#include <plist/"),
     "PkgConfig::UUID": re.compile(r"#include <uuid/"),
+    "PkgConfig::IDN2": re.compile(r"#include <idn2\.h>"),
     "Boost::json": re.compile(r"#include <boost/json"),
     "Boost::url": re.compile(r"#include <boost/url"),
     # libcrypto and libcurl are opened at run time; modules declare their headers only.

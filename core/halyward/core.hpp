@@ -56,3 +56,4 @@
 #include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
 #include "halyward/webapps/site_icons.hpp"
+#include "halyward/webapps/staging.hpp"

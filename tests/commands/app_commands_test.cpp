@@ -9,10 +9,15 @@
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
 
+#include "halyward/system/unique_fd.hpp"
+
+#include "support/fifo.hpp"
 #include "support/scratch_folder.hpp"
 #include "support/test_site.hpp"
+#include "support/toml_peer.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
 #include <filesystem>
 
@@ -26,7 +31,23 @@ using Args = std::vector<std::string>;
 
 std::vector<std::uint8_t> bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
-const std::string kPNG = std::string("\x89PNG\r\n\x1a\n", 8) + "rest of a picture";
+// A 1×1 PNG: signature, IHDR, IDAT and IEND.
+const std::string kPNG(
+    "\x89\x50\x4e\x47\x0d\x0a\x1a\x0a\x00\x00\x00\x0d\x49\x48\x44\x52\x00\x00\x00\x01\x00\x00"
+    "\x00\x01\x08\x06\x00\x00\x00\x1f\x15\xc4\x89\x00\x00\x00\x0d\x49\x44\x41\x54\x78\x9c\x63"
+    "\x10\x50\x30\xf8\x0f\x00\x02\x04\x01\x60\x8d\xbc\xbb\x71\x00\x00\x00\x00\x49\x45\x4e\x44"
+    "\xae\x42\x60\x82",
+    70);
+
+std::vector<std::string> listing(const fs::path& folder) {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 struct AppFixture : ::testing::Test {
     ScratchFolder scratch;
@@ -51,6 +72,18 @@ struct AppFixture : ::testing::Test {
         context.isRunning = [this](const std::string& executable) {
             return std::find(running.begin(), running.end(), executable) != running.end();
         };
+    }
+
+    // Whatever the commands leave in a file our own reader takes, a reader we did not
+    // write must take too.
+    void TearDown() override {
+        const std::string text = readFile(config);
+        try {
+            ConfigFile parsed(text);
+        } catch (const HalywardError&) {
+            return;  // broken on purpose by the test
+        }
+        EXPECT_TRUE(tomllibTaggedJSONBatch({text}).at(0)) << text;
     }
 
     CommandOutput run(const Args& arguments) { return CommandRouter(context).run(arguments); }
@@ -117,15 +150,22 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
     const TestSite site;
     writeFile(config, std::string(ConfigFile::defaultText()) +
                           "\n[apps.mail]\nurl = \"https://mail.example\"\nname = \"Mail\"\n"
-                          "hotkey = \"ctrl+opt+m\"\n");
+                          "hotkey = \"ctrl+opt+m\"\n"
+                          "\n[apps.\"café\"]\nurl = \"https://cafe.example\"\nname = \"Café\"\n");
     writeFile(home / "folder.png" / "x", "");
+    writeFile(home / "stub.png", "\x89PNG");
     writeFile(home / "icon.gif", "GIF89a");
     writeFile(home / "empty.png", "");
     writeFile(home / "big.png", kPNG + std::string(5 << 20, 'x'));
     const std::string page = site("/forms/");
+    // What Halyward did not make is never its to replace: a folder or a file already where
+    // the bundle would go.
+    writeFile(bundle("Notes") / "Contents" / "notes.txt", "mine");
+    writeFile(bundle("Todo"), "a plain file");
     struct Case {
         Args arguments;
         int exitCode;
+        std::string says = {};
     };
     const Case cases[] = {
         {{"ftp://files.example/"}, ExitCode::usage},
@@ -139,7 +179,16 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         {{page, "--name", "X", "--icon", "empty.png"}, ExitCode::usage},
         {{page, "--name", "X", "--icon", "big.png"}, ExitCode::usage},
         {{page, "--name", "MAIL"}, ExitCode::conflict},
-        {{page, "--name", "Mail!"}, ExitCode::conflict},  // the same slug
+        {{page, "--name", "Mail!"}, ExitCode::conflict},         // the same slug
+        {{page, "--name", "Cafe\xCC\x81"}, ExitCode::conflict},  // the same name, decomposed
+        {{page, "--name", "G\xE2\x80\x8Bmail"}, ExitCode::usage, "U+200B"},
+        {{page, "--name", "X", "--icon", "stub.png"}, ExitCode::usage, "not a PNG"},
+        {{page, "--name", "Notes"}, ExitCode::conflict, "“" + bundle("Notes").string() + "”"},
+        {{page, "--name", "Todo"}, ExitCode::conflict, "“" + bundle("Todo").string() + "”"},
+        {{page, "--name", "X", "--css", "a\x01b"}, ExitCode::usage, "--css"},
+        {{page, "--name", "X", "--css", "a\x7f"}, ExitCode::usage, "U+007F"},
+        {{page, "--name", "X", "--js", "\xC2\x85"}, ExitCode::usage, "U+0085"},
+        {{page, "--name", "X", "--js", "ok\xC3("}, ExitCode::usage, "not valid UTF-8"},
     };
     const std::string before = traces();
     for (const Case& c : cases) {
@@ -147,6 +196,7 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
         const CommandOutput output = run(arguments);
         EXPECT_EQ(output.exitCode, c.exitCode) << c.arguments.back() << ": " << output.message;
+        EXPECT_NE(output.message.find(c.says), std::string::npos) << output.message;
         EXPECT_EQ(traces(), before) << output.message;
     }
     EXPECT_TRUE(progress.empty()) << "nothing was fetched";
@@ -158,9 +208,10 @@ TEST_F(AppFixture, app_add_refuses_bad_input_before_writing_anything) {
         EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::unavailable);
     }
     context.webHost = host.string();
+    fs::remove_all(apps);
     writeFile(apps, "a file where the apps folder should be");
     EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::failed);
-    EXPECT_EQ(decoded().apps.size(), 1u);
+    EXPECT_EQ(decoded().apps.size(), 2u);
     fs::remove(apps);
     writeFile(config, "[apps.x\n");
     EXPECT_EQ(run({"app", "add", page, "--name", "X"}).exitCode, ExitCode::config);
@@ -210,6 +261,41 @@ TEST_F(AppFixture, a_record_that_cannot_be_written_takes_its_bundle_with_it) {
     }
 }
 
+// Two adds of one name at once: the one that records the name first keeps its app whole,
+// and the other changes nothing, also when what took the path is not an app at all.
+TEST_F(AppFixture, an_add_that_loses_the_name_leaves_the_winner_untouched) {
+    const TestSite site;
+    CommandContext other = context;
+    other.progress = nullptr;
+    std::optional<CommandOutput> winner;
+    context.progress = [&](std::string_view line) {
+        if (line == "Fetching the page…" && !winner) {
+            winner = CommandRouter(other).run({"app", "add", site("/plain/"), "--name", "Same"});
+        }
+    };
+    const CommandOutput loser = run({"app", "add", site("/forms/"), "--name", "Same"});
+    ASSERT_TRUE(winner);
+    ASSERT_EQ(winner->exitCode, ExitCode::ok) << winner->message;
+    EXPECT_EQ(loser.exitCode, ExitCode::conflict) << loser.message;
+    EXPECT_EQ(readBundleInfo(bundle("Same")).value_or(BundleInfo{}).string("HWURL"),
+              site("/plain/"));
+    EXPECT_TRUE(fs::exists(desktopEntryPath(home.string(), "app.halyward.web.same")));
+    EXPECT_EQ(listing(apps), std::vector<std::string>{"Same.app"}) << "nothing hidden is left";
+    EXPECT_EQ(run({"app", "list"}).message, "Same (same) " + site("/plain/"));
+
+    context.progress = [&](std::string_view line) {
+        if (line == "Fetching the page…")
+            writeFile(bundle("Late") / "Contents" / "mine.txt", "mine");
+    };
+    const CommandOutput late = run({"app", "add", site("/forms/"), "--name", "Late"});
+    EXPECT_EQ(late.exitCode, ExitCode::conflict) << late.message;
+    EXPECT_NE(late.message.find("“" + bundle("Late").string() + "”"), std::string::npos)
+        << late.message;
+    EXPECT_EQ(listing(bundle("Late")), std::vector<std::string>{"Contents"});
+    EXPECT_EQ(readFile(bundle("Late") / "Contents" / "mine.txt"), "mine");
+    EXPECT_EQ(decoded().apps.size(), 1u);
+}
+
 TEST_F(AppFixture, app_list_shows_each_bundle_and_brings_hosts_up_to_date) {
     const TestSite site;
     for (const char* name : {"Kept", "Gone", "Open"}) {
@@ -241,6 +327,100 @@ TEST_F(AppFixture, app_list_shows_each_bundle_and_brings_hosts_up_to_date) {
     EXPECT_NE(text.message.find("Brought the web-app host of 1 app up to date."),
               std::string::npos);
     EXPECT_EQ(readFile(webHostExecutable(bundle("Open"))), readFile(host));
+}
+
+// A host that is a named pipe or a link to an endless device is not read: it is out of
+// date, and replaced.
+TEST_F(AppFixture, app_list_reads_only_regular_hosts_and_replaces_the_others) {
+    writeFile(home / "icon.png", kPNG);
+    for (const char* name : {"Pipe", "Zero"}) {
+        ASSERT_EQ(run({"app", "add", "http://127.0.0.1:9/", "--name", name, "--icon", "icon.png"})
+                      .exitCode,
+                  ExitCode::ok);
+    }
+    for (const char* name : {"Pipe", "Zero"}) fs::remove(webHostExecutable(bundle(name)));
+    const fs::path pipe = webHostExecutable(bundle("Pipe"));
+    makeFifo(pipe);
+    fs::create_symlink("/dev/zero", webHostExecutable(bundle("Zero")));
+    CommandOutput output;
+    EXPECT_TRUE(finishesWithoutAWriter(pipe, [&] { output = run({"app", "list"}); }));
+    EXPECT_EQ(output.exitCode, ExitCode::ok) << output.message;
+    EXPECT_NE(output.message.find("Brought the web-app host of 2 apps up to date."),
+              std::string::npos)
+        << output.message;
+    for (const char* name : {"Pipe", "Zero"}) {
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(webHostExecutable(bundle(name)))));
+        EXPECT_EQ(readFile(webHostExecutable(bundle(name))), readFile(host)) << name;
+    }
+}
+
+// A staging folder left by a killed add is ours to delete, once nobody holds it and it is
+// old enough not to be one that a run is just setting up; until then doctor names it.
+TEST_F(AppFixture, stale_staging_folders_are_reported_then_removed_and_live_ones_stay) {
+    const auto staging = [&] {
+        return apps / (".halyward-" + UUID::random().uuidString() + ".tmp");
+    };
+    const fs::path stale = staging(), live = staging(), fresh = staging();
+    const fs::path notOurs = apps / ".halyward-notes.tmp";
+    for (const fs::path& folder : {stale, live, fresh, notOurs}) {
+        writeFile(folder / "Contents" / "MacOS" / "HalywardWebHost", "host");
+    }
+    for (const fs::path& folder : {stale, live, notOurs}) {
+        fs::last_write_time(folder, fs::file_time_type::clock::now() - 2h);
+    }
+    const UniqueFd held(::open(live.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(held.get(), LOCK_EX | LOCK_NB), 0);
+
+    const CommandOutput before = run({"doctor"});
+    EXPECT_NE(before.message.find("“" + stale.string() + "”"), std::string::npos) << before.message;
+    for (const fs::path& kept : {live, fresh, notOurs}) {
+        EXPECT_EQ(before.message.find(kept.string()), std::string::npos) << before.message;
+    }
+    ASSERT_EQ(run({"app", "list"}).exitCode, ExitCode::ok);
+    EXPECT_FALSE(fs::exists(stale));
+    for (const fs::path& kept : {live, fresh, notOurs}) EXPECT_TRUE(fs::exists(kept)) << kept;
+    EXPECT_EQ(run({"doctor"}).message.find(stale.string()), std::string::npos);
+}
+
+// The app is made either way; the message tells why the launcher will not list it.
+TEST_F(AppFixture, an_app_whose_launcher_entry_cannot_be_written_says_so) {
+    writeFile(home / "icon.png", kPNG);
+    const std::pair<std::function<void()>, std::string> blocked[] = {
+        {[&] { writeFile(entries, "a file where the folder should be"); }, "Files"},
+        {[&] {
+             fs::remove(entries);
+             writeFile(desktopEntryPath(home.string(), "app.halyward.web.theirs"),
+                       "[Desktop Entry]\nType=Application\nName=Theirs\nExec=true\n");
+         },
+         "Theirs"},
+    };
+    for (const auto& [block, name] : blocked) {
+        block();
+        const CommandOutput output =
+            run({"app", "add", "http://127.0.0.1:9/", "--name", name, "--icon", "icon.png"});
+        EXPECT_EQ(output.exitCode, ExitCode::ok) << output.message;
+        EXPECT_TRUE(fs::exists(webHostExecutable(bundle(name))));
+        EXPECT_NE(output.message.find(" It will not appear in the launcher: "), std::string::npos)
+            << output.message;
+        EXPECT_NE(output.message.find("“" + entries.string()), std::string::npos) << output.message;
+    }
+}
+
+// A host in another script stays readable in the app's name, and usable in its address.
+TEST_F(AppFixture, an_international_host_names_the_app_in_its_own_script) {
+    writeFile(home / "icon.png", kPNG);
+    const CommandOutput output =
+        run({"app", "add", "http://café.localhost:9/", "--icon", "icon.png"});
+    ASSERT_EQ(output.exitCode, ExitCode::ok) << output.message;
+    ASSERT_EQ(decoded().apps.size(), 1u);
+    EXPECT_EQ(decoded().apps[0].spec.name, "café.localhost");
+    EXPECT_EQ(decoded().apps[0].slug, "café-localhost");
+    EXPECT_EQ(decoded().apps[0].spec.url, "http://xn--caf-dma.localhost:9/");
+    EXPECT_NE(readFile(config).find("\n[apps.café-localhost]\n"), std::string::npos)
+        << "a bare key";
+    // tomllib knows only ASCII bare keys, so the check that it reads the file waits until
+    // the app is gone again.
+    EXPECT_EQ(run({"app", "remove", "café.localhost", "--yes"}).exitCode, ExitCode::ok);
 }
 
 TEST_F(AppFixture, app_remove_takes_bundle_entry_and_record_and_keeps_website_data) {

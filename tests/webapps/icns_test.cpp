@@ -65,10 +65,55 @@ TEST(icns_writer, frames_pngs_unchanged_and_picks_the_slot_by_byte_count) {
     EXPECT_EQ(ICNSWriter::file({}), (Bytes{'i', 'c', 'n', 's', 0, 0, 0, 8}));
 }
 
-TEST(icns_writer, png_test_looks_at_the_first_four_signature_bytes_only) {
-    EXPECT_TRUE(isPNG({0x89, 'P', 'N', 'G', 0, 0, 0, 0}));
-    for (const Bytes& no : {Bytes{0x89, 'P', 'N'}, Bytes{}, Bytes{0x89, 'p', 'n', 'g'}})
-        EXPECT_FALSE(isPNG(no));
+// The start of a PNG file: the signature and an IHDR chunk of `length` bytes (13 in a
+// real file) with the given dimensions, bit depth and colour type; the CRC is not read.
+Bytes pngHead(std::uint32_t width, std::uint32_t height, std::uint8_t depth = 8,
+              std::uint8_t colour = 6, std::uint32_t length = 13, const char* type = "IHDR") {
+    Bytes out{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    for (const std::uint32_t value : {length, 0u, width, height}) {
+        if (out.size() == 12) {
+            out.insert(out.end(), type, type + 4);
+            continue;
+        }
+        for (int shift = 24; shift >= 0; shift -= 8)
+            out.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+    out.insert(out.end(), {depth, colour, 0, 0, 0, 0xDE, 0xAD, 0xBE, 0xEF});
+    return out;
+}
+
+TEST(icns_writer, png_test_reads_the_whole_signature_and_the_image_header) {
+    const Bytes good = pngHead(16, 16);
+    EXPECT_TRUE(isPNG(good));
+    EXPECT_TRUE(isPNG(pngHead(1, 1, 1, 0)));
+    EXPECT_TRUE(isPNG(pngHead(512, 512, 16, 2)));
+    Bytes cut = good;
+    cut.pop_back();  // only the CRC is short: the header is complete, which is all we read
+    const struct {
+        const char* why;
+        Bytes bytes;
+    } refused[] = {
+        {"the first four bytes only", {0x89, 'P', 'N', 'G'}},
+        {"the signature only", Bytes(good.begin(), good.begin() + 8)},
+        {"a damaged signature",
+         [&] {
+             Bytes b = good;
+             b[6] = 0;
+             return b;
+         }()},
+        {"a header cut short", Bytes(good.begin(), good.begin() + 28)},
+        {"no IHDR first", pngHead(16, 16, 8, 6, 13, "IDAT")},
+        {"an IHDR of the wrong length", pngHead(16, 16, 8, 6, 12)},
+        {"no width", pngHead(0, 16)},
+        {"no height", pngHead(16, 0)},
+        {"a width past 2^31 - 1", pngHead(0x80000000u, 16)},
+        {"a bit depth the colour type does not allow", pngHead(16, 16, 4, 6)},
+        {"an unknown colour type", pngHead(16, 16, 8, 5)},
+        {"lower-case letters", {0x89, 'p', 'n', 'g', '\r', '\n', 0x1A, '\n'}},
+        {"nothing", {}},
+    };
+    for (const auto& [why, bytes] : refused) EXPECT_FALSE(isPNG(bytes)) << why;
+    EXPECT_TRUE(isPNG(cut));
 }
 
 // A real icon reader must accept what we write and find the very image inside. This
@@ -101,8 +146,8 @@ TEST(icns_cross_check, icns2png_reads_both_slots_and_extracts_the_same_pixels) {
     EXPECT_NE(listing.find("2 elements total"), std::string::npos) << listing;
 
     std::filesystem::create_directories(dir.path / "out");
-    const std::string log = runShell({"icns2png", "-x", "-o", dir / "out",
-                                      write("large.icns", ICNSWriter::wrappingPNG(large))});
+    const std::string log = runShell(
+        {"icns2png", "-x", "-o", dir / "out", write("large.icns", ICNSWriter::wrappingPNG(large))});
     const std::string extracted = dir / "out/large_256x256x32.png";
     ASSERT_TRUE(std::filesystem::exists(extracted)) << log;
     const std::string want = runShell({HALYWARD_PYTHON3, tool, "pixels", dir / "large.png"});

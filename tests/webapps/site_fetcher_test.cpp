@@ -104,3 +104,17 @@ TEST(site_icon, falls_back_to_the_sites_own_files_then_gives_a_reason) {
     const SiteIcon loop = fetchSiteIcon(site("/loop"), {}, quick());
     EXPECT_EQ(loop.reason, "the site could not be reached: too many redirects");
 }
+
+// Each icon would get its own second; together they must keep to the one deadline, and
+// the reason then names the deadline rather than blaming the site's icons.
+TEST(site_icon, keeps_one_deadline_across_all_its_fetches_and_says_so) {
+    const TestSite bare(true);
+    FetchLimits limits = quick();
+    limits.totalTimeout = 1500ms;
+    const auto start = std::chrono::steady_clock::now();
+    const SiteIcon slow = fetchSiteIcon(bare("/trickle/"), {}, limits);
+    EXPECT_EQ(slow.png, std::nullopt);
+    EXPECT_EQ(slow.reason, "the site took longer than the 1.5 s allowed for finding an icon");
+    // Generous: it only has to show that the fetches did not each take their own second.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+}

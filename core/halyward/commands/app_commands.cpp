@@ -6,6 +6,7 @@
 #include "halyward/config/config_json.hpp"
 #include "halyward/hotkeys/hotkey_parser.hpp"
 #include "halyward/hotkeys/system_hotkeys.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/system/unique_fd.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/web/address.hpp"
@@ -15,10 +16,9 @@
 #include "halyward/webapps/desktop_entry.hpp"
 #include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
+#include "halyward/webapps/staging.hpp"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -175,18 +175,19 @@ std::string refreshedSentence(const std::vector<BundleCheck>& checks) {
 
 // --- app add ---------------------------------------------------------------------------
 
-// The host of the address, without a leading "www.": the name of an app added without
-// --name.
+// The host of the address, without a leading "www.", in its own script: the name of an
+// app added without --name.
 std::string defaultName(std::string_view url) {
     const auto parsed = parseAddress(url);
-    std::string host = parsed ? std::string(parsed->encoded_host()) : std::string();
+    std::string host = parsed ? displayHost(parsed->encoded_host()) : std::string();
     if (host.starts_with("www.") && host.size() > 4) host.erase(0, 4);
     return host;
 }
 
 void refuseTakenName(const HalywardConfig& config, std::string_view name, std::string_view slug) {
     for (const WebAppRecord& app : config.apps) {
-        if (sameIgnoringCase(app.spec.name, name) || sameIgnoringCase(app.slug, slug)) {
+        // Records written before names were normalised may hold a decomposed spelling.
+        if (sameIgnoringCase(text::nfc(app.spec.name), name) || sameIgnoringCase(app.slug, slug)) {
             throw HalywardError::conflict("There is already a web app " +
                                           text::quoted(app.spec.name) + " (slug " + app.slug +
                                           "). Choose another --name, or remove that app first.");
@@ -200,47 +201,54 @@ std::vector<std::uint8_t> readIconFile(const CommandRun& run, const std::string&
     fs::path path(typed);
     if (path.is_relative()) path = fs::path(run.context.workingDirectory) / path;
     const std::string shown = text::quoted(typed);
-    // O_NONBLOCK: a FIFO given as the icon must not hang the command at open.
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    if (!file.valid()) {
+    // Looked at first, without opening it, to say in the user's own words what is wrong;
+    // the read below checks the kind of file again, on what it opened.
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) {
             throw HalywardError::notFound("There is no icon file " + shown + ".");
         }
         throw HalywardError::failed("Halyward can't read the icon " + shown + ": " +
                                     systemReason(errno) + ".");
     }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        throw HalywardError::failed("Halyward can't read the icon " + shown + ": " +
-                                    systemReason(errno) + ".");
-    }
     if (S_ISDIR(status.st_mode)) {
         throw HalywardError::usage("The icon " + shown + " is a folder; --icon needs a PNG file.");
     }
-    const std::size_t limit = run.context.fetchLimits.maxIconBytes;
     if (!S_ISREG(status.st_mode)) {
         throw HalywardError::usage("The icon " + shown + " is not a regular file.");
     }
-    if (status.st_size == 0) throw HalywardError::usage("The icon " + shown + " is empty.");
-    if (static_cast<std::uintmax_t>(status.st_size) > limit) {
+    const std::size_t limit = run.context.fetchLimits.maxIconBytes;
+    const std::optional<RegularFile> file = readRegularFile(path.string(), limit + 1);
+    if (!file) throw HalywardError::notFound("There is no icon file " + shown + ".");
+    if (file->bytes.empty()) throw HalywardError::usage("The icon " + shown + " is empty.");
+    if (file->bytes.size() > limit) {
         throw HalywardError::usage("The icon " + shown + " is larger than " +
                                    std::to_string(limit / (1024 * 1024)) + " MiB.");
     }
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t got = ::read(file.get(), bytes.data() + done, bytes.size() - done);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            throw HalywardError::failed("Halyward can't read the icon " + shown + ": " +
-                                        systemReason(errno) + ".");
-        }
-        if (got == 0) break;  // the file shrank while it was read
-        done += static_cast<std::size_t>(got);
-    }
-    bytes.resize(done);
+    std::vector<std::uint8_t> bytes(file->bytes.begin(), file->bytes.end());
     if (!isPNG(bytes)) throw HalywardError::usage("The icon " + shown + " is not a PNG image.");
     return bytes;
+}
+
+// The text of --css or --js as it goes into config.toml: UTF-8 with no control
+// characters but tab, line feed and carriage return, which a style sheet or script never
+// needs and which other readers of the file refuse.
+void checkUserText(std::string_view option, const std::optional<std::string>& value) {
+    if (!value) return;
+    if (!text::isValidUTF8(*value)) {
+        throw HalywardError::usage("The text given with " + std::string(option) +
+                                   " is not valid UTF-8.");
+    }
+    for (std::size_t pos = 0; pos < value->size();) {
+        const text::Scalar scalar = text::decodeAt(*value, pos);
+        if (text::isControl(scalar.value) && scalar.value != '\t' && scalar.value != '\n' &&
+            scalar.value != '\r') {
+            throw HalywardError::usage(
+                "The text given with " + std::string(option) + " holds the control character " +
+                text::codePoint(scalar.value) + "; only tabs and line breaks may stand in it.");
+        }
+        pos += scalar.length;
+    }
 }
 
 std::string progressLine(std::string_view stage) {
@@ -264,6 +272,8 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
         chord ? std::optional<std::string>(chord->canonical()) : std::nullopt;
     std::optional<std::string> tile;
     if (values.tile) tile = std::string(rawValue(requireTile(*values.tile)));
+    checkUserText("--css", values.css);
+    checkUserText("--js", values.js);
     std::optional<std::vector<std::uint8_t>> png;
     std::optional<std::string> iconPath;
     if (values.icon) {
@@ -277,7 +287,10 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
         if (canonical) claimChord(config, *canonical, slug, identifier);
     };
     checkAgainst(run.read().decode());
+    const fs::path bundlePath = fs::path(run.appsDirectory()) / (name + ".app");
+    WebBundleWriter::requireFreeBundlePath(bundlePath);
     const fs::path host = requireHost(run);
+    removeStaleStagingFolders(run.appsDirectory());
 
     std::string iconNote;
     if (png) {
@@ -294,7 +307,7 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
     const WebAppBundlePlan plan(name, slug, url, identifier, UUID::random(), run.appsDirectory());
     const std::optional<std::vector<std::uint8_t>> icns =
         png ? std::optional(ICNSWriter::wrappingPNG(*png)) : std::nullopt;
-    WebBundleWriter::install(plan, host, icns, run.context.home, png);
+    const std::unique_ptr<StagingFolder> staged = WebBundleWriter::stage(plan, host, icns, png);
 
     WebAppRecord record;
     record.slug = slug;
@@ -307,26 +320,31 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
     record.spec.userJS = values.js.value_or("");
     record.spec.iconPath = iconPath;
     HalywardConfig recorded;
+    bool placed = false;
     try {
-        // Checked again under the lock: another command may have taken the name or the
-        // chord while the site was fetched.
+        // The name is claimed under the lock, and only then does the bundle go into place:
+        // another add may have taken the name (or something else the path) while the site
+        // was fetched, and then this one gives way without touching what is there.
         recorded = run.edit([&](ConfigFile& file) {
                           checkAgainst(file.decode());
+                          WebBundleWriter::place(*staged, plan.bundlePath);
+                          placed = true;
                           file.upsertApp(record);
                       })
                        .decode();
     } catch (...) {
-        // No bundle without its record.
-        try {
-            WebBundleWriter::remove(plan.bundlePath, run.context.home);
-        } catch (const HalywardError&) {}
+        // No bundle without its record; and only the bundle this run placed goes.
+        if (placed) WebBundleWriter::withdraw(*staged, plan.bundlePath, run.context.home);
         throw;
     }
+    const std::optional<std::string> unlisted =
+        WebBundleWriter::signAndRegister(plan.bundlePath, identifier, run.context.home);
 
     std::string message = "Made the web app " + text::quoted(name) + " for " + url + " in " +
                           text::quoted(plan.bundlePath.string()) + iconNote + ".";
     if (canonical) message += " " + *canonical + " brings it up.";
     if (tile) message += " It opens in the " + *tile + " tile.";
+    if (unlisted) message += " It will not appear in the launcher: " + *unlisted + ".";
     if (chord) {
         if (auto reservation = SystemHotkeys::reservation(*chord)) {
             message += " Warning: " + *reservation + " It may not reach Halyward.";
@@ -338,6 +356,7 @@ CommandOutput appAdd(const CommandRun& run, const Command::AppAdd& values) {
 
 CommandOutput appList(const CommandRun& run) {
     const HalywardConfig config = run.load().decode();
+    removeStaleStagingFolders(run.appsDirectory());
     const std::vector<BundleCheck> checks = checkBundles(run, config);
     JSONArray list;
     std::string message;
@@ -367,6 +386,7 @@ CommandOutput appList(const CommandRun& run) {
 CommandOutput appRemove(const CommandRun& run, const std::string& name) {
     const auto found = findWebAppByName(run.read().decode(), name);
     if (!found) throw HalywardError::notFound("No web app is called " + text::quoted(name) + ".");
+    removeStaleStagingFolders(run.appsDirectory());
 
     // The bundle is first moved aside under a hidden name, so that it can come back
     // whole should the configuration not be written; only then is it deleted. A link is
@@ -386,7 +406,11 @@ CommandOutput appRemove(const CommandRun& run, const std::string& name) {
         }
     }
     std::optional<fs::path> aside;
+    // Held while it is set aside, so that no other run takes the hidden copy for one left
+    // by a killed run and deletes it before this one knows whether it must come back.
+    UniqueFd held;
     if (bundle) {
+        held = holdFolder(*bundle);
         aside = bundle->parent_path() / (".halyward-" + UUID::random().uuidString() + ".tmp");
         std::error_code error;
         fs::rename(*bundle, *aside, error);

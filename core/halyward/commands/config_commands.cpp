@@ -3,6 +3,8 @@
 #include "halyward/base/error.hpp"
 #include "halyward/commands/doctor.hpp"
 #include "halyward/config/config_json.hpp"
+#include "halyward/text/text.hpp"
+#include "halyward/webapps/staging.hpp"
 
 #include <optional>
 #include <string>
@@ -54,6 +56,14 @@ CommandOutput doctor(const CommandRun& run) {
         doctorFindings(file->decode(), run.appsDirectory(),
                        [&run](const std::string& path) { return run.exists(path); });
     findings.insert(findings.end(), more.begin(), more.end());
+    for (const std::filesystem::path& folder : staleStagingFolders(run.appsDirectory())) {
+        findings.push_back(
+            {"failed",
+             "An interrupted app add or app remove left the hidden folder " +
+                 text::quoted(folder.string()) +
+                 " in the apps folder; the next app add, app list or app remove deletes it.",
+             ExitCode::failed});
+    }
     return doctorOutput(findings);
 }
 

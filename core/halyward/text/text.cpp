@@ -2,6 +2,9 @@
 
 #include <utf8proc.h>
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace halyward::text {
 
 namespace {
@@ -127,6 +130,43 @@ bool isNumber(char32_t c) {
         case UTF8PROC_CATEGORY_NO: return true;
         default: return false;
     }
+}
+
+bool isFormatCharacter(char32_t c) {
+    if (c < 0x80) return false;
+    return utf8proc_category(static_cast<utf8proc_int32_t>(c)) == UTF8PROC_CATEGORY_CF;
+}
+
+bool isControl(char32_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F); }
+
+bool isValidUTF8(std::string_view text) {
+    for (std::size_t pos = 0; pos < text.size();) {
+        const Scalar scalar = decodeAt(text, pos);
+        if (scalar.value == kReplacement && text.substr(pos, 3) != "\xEF\xBF\xBD") return false;
+        pos += scalar.length;
+    }
+    return true;
+}
+
+std::string codePoint(char32_t scalar) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(scalar));
+    return buffer;
+}
+
+std::string nfc(std::string_view text) {
+    bool ascii = true;
+    for (const char c : text) ascii = ascii && static_cast<unsigned char>(c) < 0x80;
+    if (ascii) return std::string(text);
+    utf8proc_uint8_t* composed = nullptr;
+    const utf8proc_ssize_t length =
+        utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                     static_cast<utf8proc_ssize_t>(text.size()), &composed,
+                     static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
+    if (length < 0) return std::string(text);  // not UTF-8: nothing to normalise
+    std::string out(reinterpret_cast<const char*>(composed), static_cast<std::size_t>(length));
+    std::free(composed);
+    return out;
 }
 
 bool isLetterOrNumber(char32_t c) { return isLetter(c) || isNumber(c); }

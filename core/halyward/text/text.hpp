@@ -42,6 +42,24 @@ bool isLetter(char32_t scalar);
 /// General category N* (decimal digits of every script, letter-like numbers, ...).
 bool isNumber(char32_t scalar);
 
+/// General category Cf: invisible characters that shape or steer text (U+200B zero width
+/// space, U+202E right-to-left override, U+FEFF ...).
+bool isFormatCharacter(char32_t scalar);
+/// General category Cc: C0 controls, DEL and C1 controls.
+bool isControl(char32_t scalar);
+
+/// True when every byte of `text` belongs to a valid UTF-8 sequence (a literal U+FFFD
+/// included).
+bool isValidUTF8(std::string_view text);
+
+/// The scalar's code point as Unicode writes it: "U+200B", "U+1F600".
+std::string codePoint(char32_t scalar);
+
+/// Unicode Normalization Form C: one spelling for text that can be written with
+/// precomposed or decomposed characters ("é" as U+00E9, never "e" + U+0301). Text that is
+/// not valid UTF-8 is returned unchanged.
+std::string nfc(std::string_view text);
+
 /// A grapheme cluster is white space when its first scalar is.
 bool isWhitespaceCharacter(std::string_view cluster);
 

@@ -7,6 +7,7 @@
 #include "halyward/webapps/address_text.hpp"
 #include "halyward/webapps/sha256.hpp"
 
+#include <idn2.h>
 #include <uuid/uuid.h>
 
 #if defined(__APPLE__)
@@ -14,6 +15,8 @@
 #endif
 
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <system_error>
 
 namespace halyward {
@@ -41,15 +44,6 @@ std::string xmlEscaped(std::string_view value) {
     return out;
 }
 
-bool isValidUTF8(std::string_view text) {
-    for (std::size_t pos = 0; pos < text.size();) {
-        const text::Scalar scalar = text::decodeAt(text, pos);
-        if (scalar.value == U'\uFFFD' && text.substr(pos, 3) != "\xEF\xBF\xBD") return false;
-        pos += scalar.length;
-    }
-    return true;
-}
-
 bool hasLineBreakOrControl(std::string_view text) {
     for (std::size_t pos = 0; pos < text.size();) {
         const text::Scalar scalar = text::decodeAt(text, pos);
@@ -59,6 +53,24 @@ bool hasLineBreakOrControl(std::string_view text) {
         pos += scalar.length;
     }
     return false;
+}
+
+bool isASCII(std::string_view text) {
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    }
+    return true;
+}
+
+// libidn2's answers are allocated with malloc.
+using IDNText = std::unique_ptr<char, decltype(&std::free)>;
+
+// The ASCII (punycode) form of an international host under the rules browsers follow
+// (UTS #46, non-transitional), or none when it is not a valid international name.
+std::optional<std::string> asciiHost(const std::string& host) {
+    char* out = nullptr;
+    if (idn2_to_ascii_8z(host.c_str(), &out, IDN2_NONTRANSITIONAL) != IDN2_OK) return std::nullopt;
+    return std::string(IDNText(out, &std::free).get());
 }
 
 }  // namespace
@@ -98,14 +110,38 @@ std::string validatedWebURL(std::string_view text) {
                                     " needs to be an http or https address.");
     };
     if (detail::hasControlCharacter(trimmed)) throw refuse();
-    const auto url = parseAddress(trimmed);
+    auto url = parseAddress(trimmed);
     if (!url || !url->has_scheme()) throw refuse();
     const std::string scheme = text::lowercased(url->scheme());
     if ((scheme != "http" && scheme != "https") || !url->has_authority() ||
         url->encoded_host().empty()) {
         throw refuse();
     }
+    // A host in another script is written in its ASCII form, as the address bar of a
+    // browser does: percent-encoded, it would reach no server and no HTTP client would
+    // take it. The name of the app shows it in its own script again (`displayHost`).
+    if (url->host_type() == boost::urls::host_type::name) {
+        const std::string host = url->host();
+        if (!isASCII(host)) {
+            const auto ascii = asciiHost(host);
+            if (!ascii) throw refuse();
+            url->set_encoded_host(*ascii);
+        }
+    }
     return std::string(url->buffer());
+}
+
+std::string displayHost(std::string_view host) {
+    const std::string original(host);
+    if (text::lowercased(original).find("xn--") == std::string::npos) return original;
+    char* out = nullptr;
+    if (idn2_to_unicode_8z8z(original.c_str(), &out, 0) != IDN2_OK) return original;
+    const std::string unicode(IDNText(out, &std::free).get());
+    // The decoder alone accepts labels that no valid name encodes to; only a name that
+    // encodes back to the same host is shown.
+    const auto again = asciiHost(unicode);
+    if (!again || *again != text::lowercased(original)) return original;
+    return unicode;
 }
 
 std::string validatedAppName(std::string_view name) {
@@ -115,15 +151,29 @@ std::string validatedAppName(std::string_view name) {
                                     " cannot be an app name: " + std::string(why) + ".");
     };
     if (trimmed.empty()) throw HalywardError::usage("An app needs a name.");
-    if (!isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
+    if (!text::isValidUTF8(trimmed)) throw refuse("it is not valid UTF-8 text");
     if (hasLineBreakOrControl(trimmed)) throw refuse("it holds a line break or control character");
+    // Characters that draw nothing, or turn the text around, make one name look like
+    // another ("G\u200Bmail"; a right-to-left override before "gnp.exe" that makes it read
+    // "exe.png"), so they are refused rather than dropped: the user learns what was there.
+    for (std::size_t pos = 0; pos < trimmed.size();) {
+        const text::Scalar scalar = text::decodeAt(trimmed, pos);
+        if (text::isFormatCharacter(scalar.value)) {
+            throw refuse("it holds the invisible formatting character " +
+                         text::codePoint(scalar.value));
+        }
+        pos += scalar.length;
+    }
     if (trimmed.find('/') != std::string_view::npos)
         throw refuse("it holds a " + text::quoted("/"));
     if (trimmed.front() == '.') throw refuse("it starts with " + text::quoted("."));
-    if (trimmed.size() > kMaxNameBytes) {
+    // One spelling per name: decomposed and precomposed accents name the same app and, on
+    // a file system that normalises names, the same bundle folder.
+    std::string composed = text::nfc(trimmed);
+    if (composed.size() > kMaxNameBytes) {
         throw refuse("it is longer than " + std::to_string(kMaxNameBytes) + " bytes");
     }
-    return std::string(trimmed);
+    return composed;
 }
 
 std::string slugify(std::string_view name) {

@@ -34,6 +34,11 @@ struct UUID {
 /// a usage error about the length for an address longer than 8,192 bytes.
 std::string validatedWebURL(std::string_view text);
 
+/// An address's host as people read it: labels in punycode ("xn--caf-dma.localhost")
+/// shown in their own script ("café.localhost"). The host unchanged when it has no such
+/// label or one that does not decode to a valid international name.
+std::string displayHost(std::string_view host);
+
 /// The name with surrounding white space removed, when it can name a bundle folder inside
 /// the apps folder: not empty, valid UTF-8, no "/", no control characters or line breaks,
 /// not starting with "." (so never "." or ".."), at most 200 bytes. Throws

@@ -2,6 +2,7 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/system/regular_file.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/desktop_entry.hpp"
@@ -10,12 +11,12 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <system_error>
 
@@ -28,6 +29,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint16_t kFileMode = 0644;
+// The host executable is a few megabytes; a file far larger is not one, and reading it
+// whole for its digest would only cost memory.
+constexpr std::size_t kMaxHostBytes = 256 * 1024 * 1024;
 constexpr fs::perms kExecutableMode = static_cast<fs::perms>(0755);
 
 [[noreturn]] void fail(const fs::path& path, const std::error_code& error) {
@@ -39,24 +43,6 @@ constexpr fs::perms kExecutableMode = static_cast<fs::perms>(0755);
 fs::path siblingTemporary(const fs::path& path) {
     return path.parent_path() / (".halyward-" + UUID::random().uuidString() + ".tmp");
 }
-
-// Removes a half-built folder unless the build went through.
-class Scaffold {
-public:
-    explicit Scaffold(fs::path path) : path_(std::move(path)) {}
-    Scaffold(const Scaffold&) = delete;
-    Scaffold& operator=(const Scaffold&) = delete;
-    ~Scaffold() {
-        std::error_code ignored;
-        if (!kept_) fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-    void keep() { kept_ = true; }
-
-private:
-    fs::path path_;
-    bool kept_ = false;
-};
 
 void createFolders(const fs::path& path) {
     std::error_code error;
@@ -105,9 +91,65 @@ void checkIcons(const std::optional<std::vector<std::uint8_t>>& icon,
     }
 }
 
+// Renames `from` to `to` unless something is at `to`: false then, with nothing changed.
+// The check and the rename are one step where the system offers it; elsewhere callers
+// hold the configuration lock, under which every bundle of ours is placed.
+bool renameWithoutReplacing(const fs::path& from, const fs::path& to, std::error_code& error) {
+    error.clear();
+#if defined(__APPLE__)
+    if (::renamex_np(from.c_str(), to.c_str(), RENAME_EXCL) == 0) return true;
+#else
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+        return true;
+    }
+#endif
+    if (errno == EEXIST) return false;
+    if (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP) {
+        error.assign(errno, std::generic_category());
+        return false;
+    }
+    // A file system without the flag.
+    std::error_code ignored;
+    if (fs::symlink_status(to, ignored).type() != fs::file_type::not_found) return false;
+    fs::rename(from, to, error);
+    return !error;
+}
+
+// True when `path` (not followed) is the very file or folder open at `fd`.
+bool sameFile(int fd, const fs::path& path) {
+    struct stat held {};
+    struct stat there {};
+    return ::fstat(fd, &held) == 0 && ::lstat(path.c_str(), &there) == 0 &&
+           held.st_dev == there.st_dev && held.st_ino == there.st_ino;
+}
+
+// Builds the bundle's files into the folder `root`.
+void assemble(const fs::path& root, const WebAppBundlePlan& plan, const fs::path& hostBinary,
+              const std::optional<std::vector<std::uint8_t>>& icon,
+              const std::optional<std::vector<std::uint8_t>>& pngIcon) {
+    const fs::path resources = root / "Contents" / "Resources";
+    createFolders(root / "Contents" / "MacOS");
+    createFolders(resources);
+    writeDetails(root, plan);
+    if (icon) AtomicFile::write(*icon, (resources / "AppIcon.icns").string(), kFileMode);
+    if (pngIcon) AtomicFile::write(*pngIcon, (resources / "AppIcon.png").string(), kFileMode);
+    placeHost(hostBinary, webHostExecutable(root));
+}
+
+void checkPlan(const WebAppBundlePlan& plan) {
+    validatedAppName(plan.name);
+    // The plan's fields are public; make sure an edited path still names one bundle folder
+    // inside the apps folder before anything is written.
+    if (plan.bundlePath.filename() != plan.name + ".app") {
+        throw HalywardError::usage(text::quoted(plan.bundlePath.string()) +
+                                   " is not a bundle path for the app " + text::quoted(plan.name) +
+                                   ".");
+    }
+}
+
 // Puts the finished bundle at `target`. An old bundle there is first moved aside to a
-// hidden name and deleted only once the new one is in place; should the second rename
-// fail, the old bundle is moved back.
+// hidden name (held, so no other run takes it for a leftover) and deleted only once the
+// new one is in place; should the second rename fail, the old bundle is moved back.
 void swapIntoPlace(const fs::path& staged, const fs::path& target) {
     std::error_code error;
     const bool replacing = fs::symlink_status(target, error).type() != fs::file_type::not_found;
@@ -116,6 +158,7 @@ void swapIntoPlace(const fs::path& staged, const fs::path& target) {
         if (error) fail(target, error);
         return;
     }
+    const UniqueFd held = holdFolder(target);
     const fs::path old = siblingTemporary(target);
     fs::rename(target, old, error);
     if (error) fail(target, error);
@@ -131,44 +174,79 @@ void swapIntoPlace(const fs::path& staged, const fs::path& target) {
 }  // namespace
 
 std::optional<std::string> digest(const fs::path& ofFile) {
-    std::ifstream in(ofFile, std::ios::binary);
-    if (!in) return std::nullopt;
-    detail::Sha256 sha256;
-    char buffer[1 << 16];
-    while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
-        sha256.update(buffer, static_cast<std::size_t>(in.gcount()));
+    // A named pipe or a link to a device where the host should be must neither stall the
+    // reader nor feed it without end: only a regular file of a sane size is read.
+    std::optional<RegularFile> file;
+    try {
+        file = readRegularFile(ofFile.string(), kMaxHostBytes + 1);
+    } catch (const HalywardError&) {
+        return std::nullopt;
     }
-    if (in.bad()) return std::nullopt;
+    if (!file || file->bytes.size() > kMaxHostBytes) return std::nullopt;
+    detail::Sha256 sha256;
+    sha256.update(file->bytes.data(), file->bytes.size());
     return sha256.hexDigest();
+}
+
+std::unique_ptr<StagingFolder> stage(const WebAppBundlePlan& plan, const fs::path& hostBinary,
+                                     const std::optional<std::vector<std::uint8_t>>& icon,
+                                     const std::optional<std::vector<std::uint8_t>>& pngIcon) {
+    checkPlan(plan);
+    checkIcons(icon, pngIcon);
+    createFolders(plan.bundlePath.parent_path());
+    auto staging = std::make_unique<StagingFolder>(plan.bundlePath);
+    assemble(staging->path(), plan, hostBinary, icon, pngIcon);
+    return staging;
+}
+
+void requireFreeBundlePath(const fs::path& bundlePath) {
+    std::error_code error;
+    if (fs::symlink_status(bundlePath, error).type() == fs::file_type::not_found) return;
+    throw HalywardError::conflict(
+        "There is already something at " + text::quoted(bundlePath.string()) +
+        " that no web app records, and Halyward leaves it alone. Choose another --name, or "
+        "move that away first.");
+}
+
+void place(StagingFolder& staged, const fs::path& bundlePath) {
+    std::error_code error;
+    if (!renameWithoutReplacing(staged.path(), bundlePath, error)) {
+        if (error) fail(bundlePath, error);
+        requireFreeBundlePath(bundlePath);
+        // Gone again since the rename found it: still not ours to take.
+        throw HalywardError::conflict("Something else was at " + text::quoted(bundlePath.string()) +
+                                      " a moment ago.");
+    }
+    staged.keep();
+}
+
+void withdraw(const StagingFolder& staged, const fs::path& bundlePath, std::string_view home) {
+    if (!sameFile(staged.descriptor(), bundlePath)) return;
+    // Moved aside first, then checked again: between the check and a delete another run
+    // could have put its own bundle there, and deleting by path would take that one.
+    const fs::path aside = siblingTemporary(bundlePath);
+    std::error_code error;
+    fs::rename(bundlePath, aside, error);
+    if (error) return;
+    if (!sameFile(staged.descriptor(), aside)) {
+        renameWithoutReplacing(aside, bundlePath, error);
+        return;
+    }
+    fs::remove_all(aside, error);
+#if !defined(__APPLE__)
+    removeDesktopEntries(home, bundlePath);
+#else
+    (void)home;
+#endif
 }
 
 void install(const WebAppBundlePlan& plan, const fs::path& hostBinary,
              const std::optional<std::vector<std::uint8_t>>& icon, std::string_view home,
              const std::optional<std::vector<std::uint8_t>>& pngIcon) {
-    validatedAppName(plan.name);
-    // The plan's fields are public; make sure an edited path still names one bundle folder
-    // inside the apps folder before anything is written.
-    if (plan.bundlePath.filename() != plan.name + ".app") {
-        throw HalywardError::usage(text::quoted(plan.bundlePath.string()) +
-                                   " is not a bundle path for the app " + text::quoted(plan.name) +
-                                   ".");
-    }
-    checkIcons(icon, pngIcon);
-    const fs::path target = plan.bundlePath;
-    createFolders(target.parent_path());
-
-    Scaffold staging(siblingTemporary(target));
-    const fs::path resources = staging.path() / "Contents" / "Resources";
-    createFolders(staging.path() / "Contents" / "MacOS");
-    createFolders(resources);
-    writeDetails(staging.path(), plan);
-    if (icon) AtomicFile::write(*icon, (resources / "AppIcon.icns").string(), kFileMode);
-    if (pngIcon) AtomicFile::write(*pngIcon, (resources / "AppIcon.png").string(), kFileMode);
-    placeHost(hostBinary, webHostExecutable(staging.path()));
-    swapIntoPlace(staging.path(), target);
-    staging.keep();
-
-    signAndRegister(target, plan.bundleIdentifier, home);
+    const std::unique_ptr<StagingFolder> staging = stage(plan, hostBinary, icon, pngIcon);
+    swapIntoPlace(staging->path(), plan.bundlePath);
+    staging->keep();
+    signAndRegister(plan.bundlePath, plan.bundleIdentifier, home);
 }
 
 void refreshDetails(const fs::path& at, const WebAppBundlePlan& plan, std::string_view home) {
@@ -209,8 +287,8 @@ void remove(const fs::path& bundlePath, std::string_view home) {
 #endif
 }
 
-void signAndRegister(const fs::path& bundlePath, std::string_view identifier,
-                     std::string_view home) {
+std::optional<std::string> signAndRegister(const fs::path& bundlePath, std::string_view identifier,
+                                           std::string_view home) {
 #if defined(__APPLE__)
     (void)home;
     const std::vector<std::string> codesign = codesignArguments(bundlePath.string(), identifier);
@@ -218,9 +296,10 @@ void signAndRegister(const fs::path& bundlePath, std::string_view identifier,
     run("/System/Library/Frameworks/CoreServices.framework/Frameworks/LaunchServices.framework/"
         "Support/lsregister",
         {"-f", bundlePath.string()});
+    return std::nullopt;
 #else
     (void)identifier;  // the entry takes the identifier from the bundle's own Info.plist
-    installDesktopEntry(home, bundlePath);
+    return installDesktopEntry(home, bundlePath);
 #endif
 }
 

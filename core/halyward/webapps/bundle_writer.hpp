@@ -7,9 +7,11 @@
 /// `home`, the user's home folder passed in by the caller, never from the environment.
 
 #include "halyward/webapps/bundle_plan.hpp"
+#include "halyward/webapps/staging.hpp"
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,6 +37,29 @@ void install(const WebAppBundlePlan& plan, const std::filesystem::path& hostBina
              const std::optional<std::vector<std::uint8_t>>& icon, std::string_view home,
              const std::optional<std::vector<std::uint8_t>>& pngIcon = std::nullopt);
 
+/// Builds the whole bundle of `plan`, as `install` does, in a staging folder beside
+/// `plan.bundlePath`, without touching the bundle path; the folder goes away with the
+/// answer unless `place` moved it into place. Throws as `install` does.
+std::unique_ptr<StagingFolder> stage(const WebAppBundlePlan& plan,
+                                     const std::filesystem::path& hostBinary,
+                                     const std::optional<std::vector<std::uint8_t>>& icon,
+                                     const std::optional<std::vector<std::uint8_t>>& pngIcon);
+
+/// Throws HalywardError::conflict, quoting the path, when anything at all (a folder, a
+/// file, a link, even a dangling one) is at `bundlePath`: it is not this run's to replace.
+void requireFreeBundlePath(const std::filesystem::path& bundlePath);
+
+/// Renames the staged bundle to `bundlePath` in one step that fails instead of replacing
+/// anything already there (then HalywardError::conflict as `requireFreeBundlePath`, and
+/// nothing is changed). Throws HalywardError::failed for other file-system failures.
+void place(StagingFolder& staged, const std::filesystem::path& bundlePath);
+
+/// Undoes `place` when its record could not be written: deletes the bundle at
+/// `bundlePath` only while it is still the very folder `staged` placed there, together
+/// with the launcher entries written for it. Never throws.
+void withdraw(const StagingFolder& staged, const std::filesystem::path& bundlePath,
+              std::string_view home);
+
 /// Rewrites Info.plist and stub.json of an existing bundle (each file atomically), then
 /// `signAndRegister`. The host executable and the icons stay as they are. Does nothing
 /// when the bundle has no Contents folder. Throws HalywardError::failed on a write error.
@@ -57,11 +82,12 @@ std::optional<std::string> bundleIdentifier(const std::filesystem::path& at);
 void remove(const std::filesystem::path& bundlePath, std::string_view home);
 
 /// macOS: runs codesign (`codesignArguments`) and then lsregister -f on the bundle.
-/// Linux: writes the desktop entry for the bundle (`DesktopEntry`) and refreshes the
-/// launcher cache. Never fails: a missing tool, a failed signature or an unwritable
-/// applications folder leaves the bundle usable by its path.
-void signAndRegister(const std::filesystem::path& bundlePath, std::string_view identifier,
-                     std::string_view home);
+/// Linux: writes the desktop entry for the bundle (`installDesktopEntry`) and refreshes
+/// the launcher cache. Never fails: a missing tool, a failed signature or an unwritable
+/// applications folder leaves the bundle usable by its path. Answers why the app will
+/// not be listed by launchers (Linux: why its entry was not written); none when it will.
+std::optional<std::string> signAndRegister(const std::filesystem::path& bundlePath,
+                                           std::string_view identifier, std::string_view home);
 
 /// Runs `executable` (looked up in the search path when it has no "/") with `arguments`,
 /// its output and errors sent to the null device, and waits for it to exit. Answers its

@@ -1,6 +1,8 @@
 #include "halyward/webapps/desktop_entry.hpp"
 
+#include "halyward/base/error.hpp"
 #include "halyward/system/atomic_file.hpp"
+#include "halyward/text/text.hpp"
 #include "halyward/webapps/application_id.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/bundle_plan.hpp"
@@ -52,6 +54,30 @@ std::optional<std::string> readSmallFile(const fs::path& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// Points the link at `target`, through a new link renamed over the old one so that the
+// launcher never finds none. Answers the reason when it cannot.
+std::optional<std::string> placeLink(const fs::path& link, const fs::path& target) {
+    std::error_code error;
+    fs::create_directories(link.parent_path(), error);
+    const fs::path temporary =
+        link.parent_path() / (".halyward-" + UUID::random().uuidString() + ".tmp");
+    if (!error) fs::create_symlink(target, temporary, error);
+    if (!error) fs::rename(temporary, link, error);
+    if (!error) return std::nullopt;
+    std::error_code ignored;
+    fs::remove(temporary, ignored);
+    return "Halyward can't write " + text::quoted(link.string()) + ": " +
+           systemReason(error.value());
+}
+
+// The link made for the bundle at `bundlePath` under the application id `id`, when
+// there is one and it still points at that bundle's host.
+bool isOurLink(std::string_view home, std::string_view id, const fs::path& bundlePath) {
+    std::error_code error;
+    const fs::path target = fs::read_symlink(desktopLauncherLink(home, id), error);
+    return !error && target == webHostExecutable(bundlePath);
+}
+
 void refreshLauncherCache(const fs::path& folder) {
     // Launchers that read the MIME cache pick up the change at once; without the tool they
     // notice the new file on their own, so its absence is not an error.
@@ -61,7 +87,8 @@ void refreshLauncherCache(const fs::path& folder) {
 }  // namespace
 
 std::string DesktopEntry::text() const {
-    const std::string executable = webHostExecutable(bundlePath).string();
+    const std::string executable =
+        program ? program->string() : webHostExecutable(bundlePath).string();
     std::string out = "[Desktop Entry]\nType=Application\n";
     out += "Name=" + desktopEntryEscaped(name) + "\n";
     out += "Exec=" + desktopEntryEscaped(desktopExecArgument(executable)) + "\n";
@@ -79,6 +106,11 @@ fs::path desktopEntryFolder(std::string_view home) {
 
 fs::path desktopEntryPath(std::string_view home, std::string_view applicationID) {
     return desktopEntryFolder(home) / (std::string(applicationID) + ".desktop");
+}
+
+fs::path desktopLauncherLink(std::string_view home, std::string_view applicationID) {
+    return fs::path(std::string(home)) / ".local" / "share" / "halyward" / "launchers" /
+           std::string(applicationID);
 }
 
 std::string desktopEntryEscaped(std::string_view value) {
@@ -135,14 +167,18 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText) {
     return std::nullopt;
 }
 
-bool installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
+std::optional<std::string> installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
     // Without a real home folder the entry would land in "/.local"; better none at all.
-    if (!fs::path(std::string(home)).is_absolute()) return false;
+    if (!fs::path(std::string(home)).is_absolute()) {
+        return "there is no home folder to hold its launcher entry";
+    }
     const auto info = readBundleInfo(bundlePath);
-    if (!info) return false;
-    const auto identifier = info->string("CFBundleIdentifier");
-    const auto name = info->string("CFBundleName");
-    if (!identifier || !name) return false;
+    const auto identifier = info ? info->string("CFBundleIdentifier") : std::nullopt;
+    const auto name = info ? info->string("CFBundleName") : std::nullopt;
+    if (!identifier || !name) {
+        return "the bundle's Info.plist does not name it, so Halyward can't describe it to "
+               "launchers";
+    }
 
     DesktopEntry entry{*name, bundlePath, applicationID(*identifier), std::nullopt};
     std::error_code error;
@@ -152,15 +188,34 @@ bool installDesktopEntry(std::string_view home, const fs::path& bundlePath) {
     const fs::path file = desktopEntryPath(home, entry.applicationID);
     if (fs::exists(fs::symlink_status(file, error))) {
         const auto existing = readSmallFile(file);
-        if (!existing || !desktopEntryBundle(*existing)) return false;
+        if (!existing || !desktopEntryBundle(*existing)) {
+            return text::quoted(file.string()) +
+                   " is already there and was not written by Halyward, which leaves it alone";
+        }
+    }
+    // GLib's loader checks that Exec's program exists before it turns "%%" into "%", so
+    // a program path with "%" in it never loads. A link in Halyward's own folder leads
+    // there instead; the host finds its bundle from its real path all the same.
+    if (webHostExecutable(bundlePath).string().find('%') != std::string::npos) {
+        const fs::path link = desktopLauncherLink(home, entry.applicationID);
+        if (link.string().find('%') != std::string::npos) {
+            return "the path of its launcher link " + text::quoted(link.string()) +
+                   " holds a “%”, which launchers cannot start";
+        }
+        if (auto why = placeLink(link, webHostExecutable(bundlePath))) return why;
+        entry.program = link;
     }
     try {
         AtomicFile::write(entry.text(), file.string(), 0644);
-    } catch (const std::exception&) {
-        return false;
+    } catch (const HalywardError& failure) {
+        std::string why = failure.message;
+        if (!why.empty() && why.back() == '.') why.pop_back();
+        return why;
+    } catch (const std::exception& failure) {
+        return "Halyward can't write " + text::quoted(file.string()) + ": " + failure.what();
     }
     refreshLauncherCache(file.parent_path());
-    return true;
+    return std::nullopt;
 }
 
 int removeDesktopEntries(std::string_view home, const fs::path& bundlePath) {
@@ -178,6 +233,8 @@ int removeDesktopEntries(std::string_view home, const fs::path& bundlePath) {
     }
     int removed = 0;
     for (const fs::path& path : ours) {
+        const std::string id = path.stem().string();
+        if (isOurLink(home, id, bundlePath)) fs::remove(desktopLauncherLink(home, id), error);
         if (fs::remove(path, error)) ++removed;
     }
     if (removed > 0) refreshLauncherCache(folder);

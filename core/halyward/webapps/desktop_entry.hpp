@@ -21,6 +21,9 @@ struct DesktopEntry {
     std::string applicationID;
     /// Absolute path of the app's PNG icon; none gives the theme's "web-browser" icon.
     std::optional<std::filesystem::path> iconPath;
+    /// The program Exec runs when it is not the bundle's host itself: a link to that host
+    /// (`desktopLauncherLink`) for a bundle path that holds "%".
+    std::optional<std::filesystem::path> program = std::nullopt;
 
     /// The entry's text: Type, Name, Exec, Icon, StartupWMClass, Categories, Terminal and
     /// X-Halyward-Bundle in the [Desktop Entry] group, every value escaped as the Desktop
@@ -36,6 +39,10 @@ std::filesystem::path desktopEntryFolder(std::string_view home);
 /// The entry file of an app: desktopEntryFolder(home) / (applicationID + ".desktop").
 std::filesystem::path desktopEntryPath(std::string_view home, std::string_view applicationID);
 
+/// home + "/.local/share/halyward/launchers/" + applicationID: a link to the host of a
+/// bundle whose path holds "%", which launchers cannot start directly.
+std::filesystem::path desktopLauncherLink(std::string_view home, std::string_view applicationID);
+
 /// A string value escaped for a desktop entry: "\\", "\n", "\t", "\r" and a leading blank
 /// as "\s".
 std::string desktopEntryEscaped(std::string_view value);
@@ -50,15 +57,19 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText);
 
 /// Writes the desktop entry of the bundle at `bundlePath` (its name and identifier read
 /// from its Info.plist, its icon Contents/Resources/AppIcon.png when present), then runs
-/// update-desktop-database on the folder when that tool is installed. An existing file
-/// of the same name that this program did not write (no X-Halyward-Bundle) is left
-/// alone, and nothing is written when `home` is not an absolute path. Answers whether the
-/// entry was written; throws nothing.
-bool installDesktopEntry(std::string_view home, const std::filesystem::path& bundlePath);
+/// update-desktop-database on the folder when that tool is installed. Launchers look for
+/// Exec's program before they expand "%%", so a host whose path holds "%" is run through
+/// `desktopLauncherLink`, made (or replaced) first. An existing file of the same name
+/// that this program did not write (no X-Halyward-Bundle) is left alone, and nothing is
+/// written when `home` is not an absolute path. Answers why the entry was not written, as
+/// a phrase that follows "It will not appear in the launcher: "; none when it was. Throws
+/// nothing.
+std::optional<std::string> installDesktopEntry(std::string_view home,
+                                               const std::filesystem::path& bundlePath);
 
 /// Removes every entry in the applications folder whose X-Halyward-Bundle is
-/// `bundlePath`, then refreshes the launcher cache when something was removed. Answers how
-/// many were removed; throws nothing.
+/// `bundlePath`, with the launcher link made for it, then refreshes the launcher cache
+/// when something was removed. Answers how many entries were removed; throws nothing.
 int removeDesktopEntries(std::string_view home, const std::filesystem::path& bundlePath);
 
 }  // namespace halyward

@@ -1,5 +1,7 @@
 #include "halyward/webapps/icns.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <string_view>
 
@@ -28,8 +30,39 @@ void appendBigEndian32(std::vector<std::uint8_t>& out, std::uint32_t value) {
 }  // namespace
 
 bool isPNG(const std::vector<std::uint8_t>& data) {
-    return data.size() >= 4 && data[0] == 0x89 && data[1] == 0x50 && data[2] == 0x4E &&
-           data[3] == 0x47;
+    // The signature, then the IHDR chunk, which a PNG must open with: its 13 bytes say
+    // what the image is, so checking them turns away a file that only starts like one
+    // (a cut-off download, an error page) without decoding pixels.
+    static constexpr std::uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    constexpr std::size_t kHeaderEnd = 8 + 8 + 13;
+    if (data.size() < kHeaderEnd ||
+        !std::equal(std::begin(kSignature), std::end(kSignature), data.begin())) {
+        return false;
+    }
+    const auto u32 = [&](std::size_t at) {
+        return std::uint32_t{data[at]} << 24 | std::uint32_t{data[at + 1]} << 16 |
+               std::uint32_t{data[at + 2]} << 8 | std::uint32_t{data[at + 3]};
+    };
+    if (u32(8) != 13 || std::string_view(reinterpret_cast<const char*>(&data[12]), 4) != "IHDR") {
+        return false;
+    }
+    const std::uint32_t width = u32(16), height = u32(20);
+    constexpr std::uint32_t kMaxSide = 0x7FFFFFFF;
+    if (width == 0 || height == 0 || width > kMaxSide || height > kMaxSide) return false;
+    const std::uint8_t depth = data[24], colour = data[25];
+    bool depthFits = false;
+    switch (colour) {
+        case 0:
+            depthFits = depth == 1 || depth == 2 || depth == 4 || depth == 8 || depth == 16;
+            break;
+        case 3: depthFits = depth == 1 || depth == 2 || depth == 4 || depth == 8; break;
+        case 2:
+        case 4:
+        case 6: depthFits = depth == 8 || depth == 16; break;
+        default: return false;
+    }
+    // Compression and filter method 0 are the only ones defined; interlacing is 0 or 1.
+    return depthFits && data[26] == 0 && data[27] == 0 && data[28] <= 1;
 }
 
 namespace ICNSWriter {

@@ -8,7 +8,10 @@
 
 namespace halyward {
 
-/// True when the data starts with 0x89 'P' 'N' 'G', the first half of the PNG signature.
+/// True when the data starts as a PNG file does: the 8-byte signature, then an IHDR chunk
+/// of 13 bytes with a width and height of 1 to 2^31 - 1, a bit depth its colour type
+/// allows, and the defined compression, filter and interlace methods. The chunk's CRC and
+/// the pixels are not read.
 bool isPNG(const std::vector<std::uint8_t>& data);
 
 namespace ICNSWriter {

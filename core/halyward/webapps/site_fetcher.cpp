@@ -6,6 +6,9 @@
 #include "halyward/webapps/icns.hpp"
 #include "halyward/webapps/site_icons.hpp"
 
+#include "halyward/base/number_text.hpp"
+
+#include <algorithm>
 #include <set>
 
 namespace halyward {
@@ -36,6 +39,15 @@ std::size_t receive(char* data, std::size_t size, std::size_t count, void* conte
     return length;
 }
 
+using Clock = std::chrono::steady_clock;
+
+// "30 s", "1.5 s": the time allowed, as the message names it.
+std::string secondsText(std::chrono::milliseconds time) {
+    std::string out;
+    appendDouble(out, static_cast<double>(time.count()) / 1000.0, DoubleNotation::plain);
+    return out + " s";
+}
+
 }  // namespace
 
 SiteFetcher::SiteFetcher(FetchLimits limits) : limits_(limits) {
@@ -46,8 +58,21 @@ SiteFetcher::~SiteFetcher() {
     if (handle_) detail::curlLibrary()->easyCleanup(static_cast<CURL*>(handle_));
 }
 
-FetchResult SiteFetcher::fetch(std::string_view url, std::size_t maxBytes) {
+FetchResult SiteFetcher::fetch(std::string_view url, std::size_t maxBytes,
+                               std::optional<Clock::time_point> deadline) {
     FetchResult result;
+    std::chrono::milliseconds connectTimeout = limits_.connectTimeout;
+    std::chrono::milliseconds transferTimeout = limits_.transferTimeout;
+    if (deadline) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
+        if (left.count() <= 0) {
+            result.finalURL = std::string(url);
+            result.error = "timed out";
+            return result;
+        }
+        connectTimeout = std::min(connectTimeout, left);
+        transferTimeout = std::min(transferTimeout, left);
+    }
     auto* curl = static_cast<CURL*>(handle_);
     if (!curl) {
         result.error = "the HTTP client could not start (is libcurl installed?)";
@@ -63,9 +88,8 @@ FetchResult SiteFetcher::fetch(std::string_view url, std::size_t maxBytes) {
     lib.easySetopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     lib.easySetopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
     lib.easySetopt(curl, CURLOPT_MAXREDIRS, limits_.maxRedirects);
-    lib.easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS,
-                   static_cast<long>(limits_.connectTimeout.count()));
-    lib.easySetopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(limits_.transferTimeout.count()));
+    lib.easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(connectTimeout.count()));
+    lib.easySetopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(transferTimeout.count()));
     // Refuse early when the server announces a larger body; the write callback enforces
     // the cap for bodies of unknown length. The cap counts decoded bytes, so a small
     // compressed body cannot unpack into gigabytes.
@@ -108,14 +132,22 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
     };
     SiteIcon site;
     SiteFetcher fetcher(limits);
+    // One deadline for every fetch below: each alone keeps to its own limits too, but a
+    // slow site must not hold the command for the sum of them all.
+    const Clock::time_point deadline = Clock::now() + limits.totalTimeout;
+    const auto outOfTime = [&] { return Clock::now() >= deadline; };
+    const std::string outOfTimeReason = "the site took longer than the " +
+                                        secondsText(limits.totalTimeout) +
+                                        " allowed for finding an icon";
 
     report("page");
-    const FetchResult page = fetcher.fetch(siteURL, limits.maxPageBytes);
+    const FetchResult page = fetcher.fetch(siteURL, limits.maxPageBytes, deadline);
     // Without a page (no answer, a time-out, a redirect loop or one to another scheme) the
     // later fetches would only run into the same trouble; an error status, though, still
     // leaves the site's own icon files worth a try.
     if (!page.error.empty() && !page.truncated && (page.status < 400 || page.status > 599)) {
-        site.reason = "the site could not be reached: " + page.error;
+        site.reason =
+            outOfTime() ? outOfTimeReason : "the site could not be reached: " + page.error;
         return site;
     }
     // A page cut at the cap still has its head, where icon links and the title live.
@@ -130,7 +162,8 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
     for (const IconCandidate& candidate : candidates) {
         if (candidate.rel != "manifest") continue;
         report("manifest");
-        const FetchResult manifest = fetcher.fetch(candidate.url, limits.maxManifestBytes);
+        const FetchResult manifest =
+            fetcher.fetch(candidate.url, limits.maxManifestBytes, deadline);
         if (!manifest.ok()) break;
         const std::string_view bytes(reinterpret_cast<const char*>(manifest.body.data()),
                                      manifest.body.size());
@@ -144,11 +177,12 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
     const auto tryIcon = [&](const IconCandidate& candidate) {
         const std::string scheme =
             text::lowercased(candidate.url.substr(0, candidate.url.find(':')));
-        if ((scheme != "http" && scheme != "https") || !tried.insert(candidate.url).second) {
+        if ((scheme != "http" && scheme != "https") || !tried.insert(candidate.url).second ||
+            outOfTime()) {
             return false;
         }
         report("icon");
-        FetchResult icon = fetcher.fetch(candidate.url, limits.maxIconBytes);
+        FetchResult icon = fetcher.fetch(candidate.url, limits.maxIconBytes, deadline);
         if (!icon.ok() || !isPNG(icon.body)) return false;
         site.png = std::move(icon.body);
         site.iconURL = candidate.url;
@@ -170,7 +204,7 @@ SiteIcon fetchSiteIcon(std::string_view siteURL,
     for (const IconCandidate& candidate : rankedIcons(fallbacks)) {
         if (tryIcon(candidate)) return site;
     }
-    site.reason = "the site offers no PNG icon";
+    site.reason = outOfTime() ? outOfTimeReason : "the site offers no PNG icon";
     return site;
 }
 

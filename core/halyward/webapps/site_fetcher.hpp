@@ -16,8 +16,10 @@ namespace halyward {
 /// Limits of every fetch. Tests shorten the times.
 struct FetchLimits {
     std::chrono::milliseconds connectTimeout{10'000};
-    /// The whole transfer, redirects included.
+    /// The whole transfer of one fetch, redirects included.
     std::chrono::milliseconds transferTimeout{30'000};
+    /// Every fetch of one `fetchSiteIcon` together: page, manifest, icons and fallbacks.
+    std::chrono::milliseconds totalTimeout{30'000};
     long maxRedirects = 5;
     std::size_t maxPageBytes = 5 * 1024 * 1024;
     std::size_t maxManifestBytes = 1024 * 1024;
@@ -53,9 +55,12 @@ public:
     SiteFetcher(const SiteFetcher&) = delete;
     SiteFetcher& operator=(const SiteFetcher&) = delete;
 
-    /// GETs `url`, stopping the transfer as soon as the body passes `maxBytes`. Never
-    /// throws: failures are described in the result.
-    FetchResult fetch(std::string_view url, std::size_t maxBytes);
+    /// GETs `url`, stopping the transfer as soon as the body passes `maxBytes`, and at
+    /// `deadline` when that comes before the limits' own time-outs (a deadline already
+    /// past fetches nothing and answers "timed out"). Never throws: failures are
+    /// described in the result.
+    FetchResult fetch(std::string_view url, std::size_t maxBytes,
+                      std::optional<std::chrono::steady_clock::time_point> deadline = {});
 
     const FetchLimits& limits() const { return limits_; }
 
@@ -70,8 +75,9 @@ struct SiteIcon {
     std::optional<std::vector<std::uint8_t>> png;
     /// Where the PNG came from.
     std::string iconURL;
-    /// Why there is no icon: "the site offers no PNG icon" or "the site could not be
-    /// reached: " and the cause. Empty when there is one.
+    /// Why there is no icon: "the site offers no PNG icon", "the site could not be
+    /// reached: " and the cause, or that the site took longer than the time allowed for
+    /// all fetches together (`FetchLimits::totalTimeout`). Empty when there is one.
     std::string reason;
     /// The page's title (see `pageTitle`).
     std::optional<std::string> pageTitle;
@@ -82,8 +88,9 @@ struct SiteIcon {
 /// Finds the icon of the site at `siteURL` (an address checked by `validatedWebURL`): the
 /// page is fetched, its icon links and its manifest's icons are tried best first, and the
 /// first that is a PNG is taken; when none is, the site's /apple-touch-icon.png and
-/// /favicon.ico are tried. `progress` is called with "page", "manifest" and "icon" as
-/// each fetch starts. Never throws.
+/// /favicon.ico are tried. All these fetches together end at `limits.totalTimeout`.
+/// `progress` is called with "page", "manifest" and "icon" as each fetch starts. Never
+/// throws.
 SiteIcon fetchSiteIcon(std::string_view siteURL,
                        const std::function<void(std::string_view)>& progress = {},
                        const FetchLimits& limits = {});

@@ -44,8 +44,10 @@ PAGES = {
     "/manifest/": """<html><head><title>M</title>
 <link rel="icon" href="/icons/16.png" sizes="16x16">
 <link rel="manifest" href="manifest.json"></head></html>""",
-    # The best candidates are broken: not PNG, empty, missing; the last one works.
+    # The best candidates are broken: the first four bytes of a PNG only, not PNG, empty,
+    # missing; the last one works.
     "/broken/": """<html><head>
+<link rel="icon" sizes="1024x1024" href="/icons/truncated.png">
 <link rel="icon" sizes="512x512" href="/icons/not-png.png">
 <link rel="icon" sizes="256x256" href="/icons/empty.png">
 <link rel="icon" sizes="128x128" href="/missing.png">
@@ -53,6 +55,9 @@ PAGES = {
 </head></html>""",
     "/plain/": "<html><head><title>Plain</title></head><body>no icons</body></html>",
     "/only-gif/": '<html><head><link rel="icon" href="/icons/not-png.png"></head></html>',
+    # Six icons that each trickle in a byte at a time, never finishing in time.
+    "/trickle/": "<html><head>" + "".join(
+        '<link rel="icon" href="/trickle/%d.png">' % n for n in range(6)) + "</head></html>",
     "/empty-icon/": '<html><head><link rel="icon" href="/icons/empty.png"></head></html>',
 }
 
@@ -97,6 +102,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.send(200, png(180), "image/png")
         if path == "/icons/not-png.png":
             return self.send(200, GIF, "image/png")
+        if path == "/icons/truncated.png":
+            return self.send(200, b"\x89PNG", "image/png")
+        if path.startswith("/trickle/") and path.endswith(".png"):
+            return self.trickle()
         if path == "/icons/empty.png":
             return self.send(200, b"", "image/png")
         if path.startswith("/hop/"):  # /hop/N redirects N times, then to /forms/
@@ -117,6 +126,21 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if path in ("/endless/", "/icons/endless.png"):
             return self.endless(path.endswith(".png"))
         return self.send(404, b"not found")
+
+    def trickle(self):
+        # A byte every tenth of a second for three seconds: slow, but never silent.
+        self.send_response(200)
+        self.send_header("Content-Type", "image/png")
+        self.send_header("Connection", "close")
+        self.end_headers()
+        try:
+            for _ in range(30):
+                self.wfile.write(b"\x89")
+                self.wfile.flush()
+                time.sleep(0.1)
+        except (BrokenPipeError, ConnectionResetError):
+            pass
+        self.close_connection = True
 
     def endless(self, image):
         # No length, no end: the client has to cut it off.
