@@ -3,9 +3,18 @@
 # forces the others to rebuild, and so that the dependency graph between subsystems stays
 # visible in core/CMakeLists.txt.
 
+# The number writer (base/number_text.cpp) needs std::to_chars for doubles, which Apple's
+# libc++ has from macOS 13.3 on.
+if(APPLE AND CMAKE_OSX_DEPLOYMENT_TARGET AND CMAKE_OSX_DEPLOYMENT_TARGET VERSION_LESS 13.3)
+  message(FATAL_ERROR "Halyward's core needs macOS 13.3 or later, but CMAKE_OSX_DEPLOYMENT_TARGET "
+                      "is ${CMAKE_OSX_DEPLOYMENT_TARGET}.")
+endif()
+
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
+# Header-only; the number reader (base/number_text.cpp) reads doubles with it.
+find_package(FastFloat CONFIG REQUIRED)
 pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 if(APPLE)
