@@ -12,7 +12,27 @@ endif()
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
+# Boost's compiled libraries are built against one standard library (libstdc++ on Debian),
+# which a build with another (the libcxx preset) cannot link. Such a build compiles
+# Boost.JSON and Boost.URL itself, from the sources Boost ships among its headers, into one
+# library that stands in for both.
+option(HALYWARD_BOOST_FROM_SOURCE "Compile Boost.JSON and Boost.URL here instead of linking Boost's" OFF)
+if(HALYWARD_BOOST_FROM_SOURCE)
+  if(HALYWARD_INSTALL)
+    message(FATAL_ERROR "A build with HALYWARD_BOOST_FROM_SOURCE is for testing and installs "
+                        "nothing: configure it with -DHALYWARD_INSTALL=OFF.")
+  endif()
+  find_package(Boost 1.81 CONFIG REQUIRED)
+  if(NOT TARGET halyward_boost)
+    add_library(halyward_boost STATIC "${CMAKE_CURRENT_LIST_DIR}/boost_sources.cpp")
+    target_link_libraries(halyward_boost PUBLIC Boost::headers)
+    set_target_properties(halyward_boost PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    add_library(Boost::json ALIAS halyward_boost)
+    add_library(Boost::url ALIAS halyward_boost)
+  endif()
+else()
+  find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
+endif()
 # Header-only; the number reader (base/number_text.cpp) reads doubles with it.
 find_package(FastFloat CONFIG REQUIRED)
 pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
