@@ -12,7 +12,8 @@ using namespace halyward;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const std::size_t cut = input.find('\0');
-    const std::string_view base = cut == std::string_view::npos ? "https://example.com/a/" : input.substr(0, cut);
+    const std::string_view base =
+        cut == std::string_view::npos ? "https://example.com/a/" : input.substr(0, cut);
     const std::string_view document = cut == std::string_view::npos ? input : input.substr(cut + 1);
 
     const std::vector<IconCandidate> page = iconCandidates(document, base);
@@ -23,7 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (candidate.url.empty() || candidate.url.rfind("data:", 0) == 0) abort();
         if (candidate.size && *candidate.size < 0) abort();
     }
-    if (manifests > 1 || (manifests == 1) != (manifestHref(document) && resolve(*manifestHref(document), base))) abort();
+    if (manifests > 1 ||
+        (manifests == 1) != (manifestHref(document) && resolve(*manifestHref(document), base)))
+        abort();
 
     // The best address is the first of the ranked list, and ranking keeps every address.
     const std::vector<IconCandidate> ranked = rankedIcons(page);

@@ -1,11 +1,11 @@
-#include "halyward/base/error.hpp"
 #include "halyward/webapps/bundle_plan.hpp"
+#include "halyward/base/error.hpp"
 
 #include "support/scratch_folder.hpp"
 
-#include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
 #include <plist/plist.h>
+#include <boost/json/parse.hpp>
 
 #include <cstdlib>
 #include <cstring>
@@ -68,13 +68,15 @@ std::string messageOf(const std::function<void()>& body) {
 }  // namespace
 
 TEST(web_url, accepts_http_and_https_with_a_host_and_quotes_the_untrimmed_input_otherwise) {
-    EXPECT_EQ(validatedWebURL("  https://mail.example.com/inbox \n"), "https://mail.example.com/inbox");
+    EXPECT_EQ(validatedWebURL("  https://mail.example.com/inbox \n"),
+              "https://mail.example.com/inbox");
     EXPECT_EQ(validatedWebURL("HTTP://Example.com"), "HTTP://Example.com");
     EXPECT_EQ(validatedWebURL("https://example.com/a b/é"), "https://example.com/a%20b/%C3%A9");
     EXPECT_EQ(validatedWebURL("http://[::1]:8080/"), "http://[::1]:8080/");
-    for (const std::string bad : {" ftp://example.com/ ", "mail.example.com", "https:///path", "https:example.com",
-                                  "file:///etc/passwd", "javascript:alert(1)", "", "https://exa\nmple.com",
-                                  "https://example.com/\x01", "http://:80/"}) {
+    for (const std::string bad :
+         {" ftp://example.com/ ", "mail.example.com", "https:///path", "https:example.com",
+          "file:///etc/passwd", "javascript:alert(1)", "", "https://exa\nmple.com",
+          "https://example.com/\x01", "http://:80/"}) {
         const std::string message = messageOf([&] { validatedWebURL(bad); });
         EXPECT_TRUE(message.ends_with("” needs to be an http or https address.")) << message;
         if (bad.find_first_of("\n\x01") == std::string::npos) {
@@ -92,10 +94,17 @@ TEST(app_name, keeps_names_that_make_one_folder_inside_the_apps_folder) {
     EXPECT_EQ(validatedAppName("!!!"), "!!!");
     EXPECT_EQ(validatedAppName("Ünïcode 日本"), "Ünïcode 日本");
     const std::pair<std::string, const char*> refused[] = {
-        {"a/b", "holds a “/”"}, {"..", "starts with “.”"}, {".hidden", "starts with “.”"},
-        {std::string("a\0b", 3), "line break or control"}, {"a\nb", "line break or control"},
-        {"a\xE2\x80\xA8" "b", "line break or control"}, {"\xFF\xFE", "not valid UTF-8"},
-        {std::string(10000, 'x'), "longer than 200 bytes"}, {" \t ", "needs a name"},
+        {"a/b", "holds a “/”"},
+        {"..", "starts with “.”"},
+        {".hidden", "starts with “.”"},
+        {std::string("a\0b", 3), "line break or control"},
+        {"a\nb", "line break or control"},
+        {"a\xE2\x80\xA8"
+         "b",
+         "line break or control"},
+        {"\xFF\xFE", "not valid UTF-8"},
+        {std::string(10000, 'x'), "longer than 200 bytes"},
+        {" \t ", "needs a name"},
     };
     for (const auto& [name, why] : refused) {
         const std::string message = messageOf([&] { validatedAppName(name); });
@@ -108,8 +117,14 @@ TEST(app_name, keeps_names_that_make_one_folder_inside_the_apps_folder) {
 
 TEST(slug, keeps_letters_and_numbers_of_every_script_joined_by_single_dashes) {
     const std::pair<const char*, const char*> cases[] = {
-        {"My  Mail!", "my-mail"}, {"--Ünïcode--", "ünïcode"}, {"!!!", "app"}, {"A1 b2", "a1-b2"},
-        {"", "app"}, {"日本 語", "日本-語"}, {"x\xFFy", "x-y"}, {"Ⅻ٣", "ⅻ٣"},
+        {"My  Mail!", "my-mail"},
+        {"--Ünïcode--", "ünïcode"},
+        {"!!!", "app"},
+        {"A1 b2", "a1-b2"},
+        {"", "app"},
+        {"日本 語", "日本-語"},
+        {"x\xFFy", "x-y"},
+        {"Ⅻ٣", "ⅻ٣"},
     };
     for (const auto& [name, slug] : cases) EXPECT_EQ(slugify(name), slug) << name;
     EXPECT_EQ(bundleIdentifier("my-mail"), "app.halyward.web.my-mail");
@@ -118,7 +133,8 @@ TEST(slug, keeps_letters_and_numbers_of_every_script_joined_by_single_dashes) {
 TEST(bundle_plan, puts_the_bundle_directly_inside_the_folder) {
     const WebAppBundlePlan mail = plan("Mail", "/Users/ann/Applications/Halyward Apps");
     EXPECT_EQ(mail.bundlePath, "/Users/ann/Applications/Halyward Apps/Mail.app");
-    EXPECT_EQ(webHostExecutable(mail.bundlePath), "/Users/ann/Applications/Halyward Apps/Mail.app/Contents/MacOS/HalywardWebHost");
+    EXPECT_EQ(webHostExecutable(mail.bundlePath),
+              "/Users/ann/Applications/Halyward Apps/Mail.app/Contents/MacOS/HalywardWebHost");
 }
 
 TEST(bundle_plan, writes_the_info_plist_template_byte_for_byte) {
@@ -166,19 +182,29 @@ TEST(bundle_plan, writes_the_info_plist_template_byte_for_byte) {
 TEST(bundle_plan, info_plist_and_stub_read_back_through_libplist_and_boost_json) {
     const WebAppBundlePlan odd = plan("Ünï <&> \"'\" 日本");
     const std::map<std::string, std::string> expected = {
-        {"CFBundleDevelopmentRegion", "string:en"}, {"CFBundleExecutable", "string:HalywardWebHost"},
-        {"CFBundleIconFile", "string:AppIcon"}, {"CFBundleIdentifier", "string:" + odd.bundleIdentifier},
-        {"CFBundleInfoDictionaryVersion", "string:6.0"}, {"CFBundleName", "string:" + odd.name},
-        {"CFBundleDisplayName", "string:" + odd.name}, {"CFBundlePackageType", "string:APPL"},
-        {"CFBundleShortVersionString", "string:1.0.1"}, {"CFBundleVersion", "string:1"},
-        {"LSMinimumSystemVersion", "string:14.0"}, {"NSHighResolutionCapable", "bool:true"},
-        {"NSPrincipalClass", "string:NSApplication"}, {"HWSlug", "string:" + odd.slug},
-        {"HWURL", "string:" + odd.url}, {"HWDataStoreUUID", "string:1B4E28BA-2FA1-11D2-883F-0016D3CCA427"},
+        {"CFBundleDevelopmentRegion", "string:en"},
+        {"CFBundleExecutable", "string:HalywardWebHost"},
+        {"CFBundleIconFile", "string:AppIcon"},
+        {"CFBundleIdentifier", "string:" + odd.bundleIdentifier},
+        {"CFBundleInfoDictionaryVersion", "string:6.0"},
+        {"CFBundleName", "string:" + odd.name},
+        {"CFBundleDisplayName", "string:" + odd.name},
+        {"CFBundlePackageType", "string:APPL"},
+        {"CFBundleShortVersionString", "string:1.0.1"},
+        {"CFBundleVersion", "string:1"},
+        {"LSMinimumSystemVersion", "string:14.0"},
+        {"NSHighResolutionCapable", "bool:true"},
+        {"NSPrincipalClass", "string:NSApplication"},
+        {"HWSlug", "string:" + odd.slug},
+        {"HWURL", "string:" + odd.url},
+        {"HWDataStoreUUID", "string:1B4E28BA-2FA1-11D2-883F-0016D3CCA427"},
     };
     EXPECT_EQ(plistEntries(odd.infoPlist()), expected);
 
     const boost::json::value stub = boost::json::parse(odd.stubJSON());
-    EXPECT_EQ(stub, (boost::json::value{{"slug", odd.slug}, {"name", odd.name}, {"bundleIdentifier", odd.bundleIdentifier},
+    EXPECT_EQ(stub, (boost::json::value{{"slug", odd.slug},
+                                        {"name", odd.name},
+                                        {"bundleIdentifier", odd.bundleIdentifier},
                                         {"dataStore", "1B4E28BA-2FA1-11D2-883F-0016D3CCA427"}}));
 }
 
@@ -187,25 +213,31 @@ TEST(uuid, round_trips_its_text_form_and_refuses_other_text) {
     EXPECT_NE(fresh, UUID::random());
     EXPECT_EQ(UUID::parse(fresh.uuidString()), fresh);
     EXPECT_EQ((fresh.bytes[6] >> 4), 4) << "version 4";
-    for (const char* bad : {"", "1b4e28ba-2fa1-11d2-883f-0016d3cca42", "1b4e28ba-2fa1-11d2-883f-0016d3cca42z",
-                            "1b4e28ba 2fa1 11d2 883f 0016d3cca427"}) {
+    for (const char* bad :
+         {"", "1b4e28ba-2fa1-11d2-883f-0016d3cca42", "1b4e28ba-2fa1-11d2-883f-0016d3cca42z",
+          "1b4e28ba 2fa1 11d2 883f 0016d3cca427"}) {
         EXPECT_EQ(UUID::parse(bad), std::nullopt) << bad;
     }
 }
 
 TEST(host_refresh, replaces_an_out_of_date_host_now_or_after_the_app_quits) {
-    EXPECT_EQ(hostDigest("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(hostDigest("abc"),
+              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
     EXPECT_EQ(hostDigest(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     const std::string a = hostDigest("a"), b = hostDigest("b");
     const std::tuple<std::optional<std::string>, bool, HostRefresh> cases[] = {
-        {a, false, HostRefresh::current}, {a, true, HostRefresh::current},
-        {b, false, HostRefresh::refresh}, {b, true, HostRefresh::waitUntilQuit},
-        {std::nullopt, false, HostRefresh::refresh}, {std::nullopt, true, HostRefresh::waitUntilQuit},
+        {a, false, HostRefresh::current},
+        {a, true, HostRefresh::current},
+        {b, false, HostRefresh::refresh},
+        {b, true, HostRefresh::waitUntilQuit},
+        {std::nullopt, false, HostRefresh::refresh},
+        {std::nullopt, true, HostRefresh::waitUntilQuit},
     };
-    for (const auto& [embedded, running, expected] : cases) EXPECT_EQ(hostRefresh(embedded, a, running), expected);
+    for (const auto& [embedded, running, expected] : cases)
+        EXPECT_EQ(hostRefresh(embedded, a, running), expected);
     EXPECT_EQ(codesignArguments("/A/Mail.app", "app.halyward.web.mail"),
-              (std::vector<std::string>{"/usr/bin/codesign", "--force", "--sign", "-", "--identifier",
-                                        "app.halyward.web.mail", "/A/Mail.app"}));
+              (std::vector<std::string>{"/usr/bin/codesign", "--force", "--sign", "-",
+                                        "--identifier", "app.halyward.web.mail", "/A/Mail.app"}));
 }
 
 TEST(host_location, finds_the_host_beside_the_cli_or_in_libexec) {
@@ -214,10 +246,12 @@ TEST(host_location, finds_the_host_beside_the_cli_or_in_libexec) {
     writeFile(bin, "cli");
     EXPECT_EQ(locateWebHost(bin), std::nullopt);
     writeFile(scratch.path / "prefix" / "libexec" / "halyward" / "HalywardWebHost", "host");
-    EXPECT_EQ(locateWebHost(bin), scratch.path / "prefix" / "libexec" / "halyward" / "HalywardWebHost");
+    EXPECT_EQ(locateWebHost(bin),
+              scratch.path / "prefix" / "libexec" / "halyward" / "HalywardWebHost");
     writeFile(scratch.path / "prefix" / "bin" / "HalywardWebHost", "host");
     EXPECT_EQ(locateWebHost(bin), scratch.path / "prefix" / "bin" / "HalywardWebHost");
     fs::create_directories(scratch.path / "dir" / "HalywardWebHost");
-    EXPECT_EQ(locateWebHost(scratch.path / "dir" / "halyward"), std::nullopt) << "a folder is not a host";
+    EXPECT_EQ(locateWebHost(scratch.path / "dir" / "halyward"), std::nullopt)
+        << "a folder is not a host";
     EXPECT_EQ(runningExecutable()->filename(), "halyward_webapps_tests");
 }

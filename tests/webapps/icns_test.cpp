@@ -101,8 +101,8 @@ TEST(icns_cross_check, icns2png_reads_both_slots_and_extracts_the_same_pixels) {
     EXPECT_NE(listing.find("2 elements total"), std::string::npos) << listing;
 
     std::filesystem::create_directories(dir.path / "out");
-    const std::string log = runShell({"icns2png", "-x", "-o", dir / "out",
-                                      write("large.icns", ICNSWriter::wrappingPNG(large))});
+    const std::string log = runShell(
+        {"icns2png", "-x", "-o", dir / "out", write("large.icns", ICNSWriter::wrappingPNG(large))});
     const std::string extracted = dir / "out/large_256x256x32.png";
     ASSERT_TRUE(std::filesystem::exists(extracted)) << log;
     const std::string want = runShell({HALYWARD_PYTHON3, tool, "pixels", dir / "large.png"});

@@ -13,8 +13,8 @@ constexpr std::size_t kMaxIDLength = 255;
 constexpr std::size_t kKeptPrefix = 230;
 
 bool isIDByte(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == '_' || c == '-';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-';
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
