@@ -5,7 +5,7 @@ CTEST ?= ctest
 FUZZ_SECONDS ?= 20
 PREFIX ?= $(HOME)/.local
 
-.PHONY: all deps build test asan fuzz bench demo tour tidy format clean release install uninstall package
+.PHONY: all deps build test asan libcxx fuzz bench demo tour tidy format clean release install uninstall package
 
 all: build
 
@@ -23,6 +23,13 @@ asan: deps
 	$(CMAKE) --preset asan
 	$(CMAKE) --build --preset asan
 	$(CTEST) --preset asan
+
+# The core, the command line and the unit tests built with clang and LLVM's libc++, the
+# standard library of macOS, which lacks features libstdc++ has: such a use fails here first.
+libcxx: deps
+	$(CMAKE) --preset libcxx
+	$(CMAKE) --build --preset libcxx
+	$(CTEST) --preset libcxx
 
 fuzz: deps
 	$(CMAKE) --preset fuzz

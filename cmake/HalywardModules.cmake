@@ -3,9 +3,38 @@
 # forces the others to rebuild, and so that the dependency graph between subsystems stays
 # visible in core/CMakeLists.txt.
 
+# The number writer (base/number_text.cpp) needs std::to_chars for doubles, which Apple's
+# libc++ has from macOS 13.3 on.
+if(APPLE AND CMAKE_OSX_DEPLOYMENT_TARGET AND CMAKE_OSX_DEPLOYMENT_TARGET VERSION_LESS 13.3)
+  message(FATAL_ERROR "Halyward's core needs macOS 13.3 or later, but CMAKE_OSX_DEPLOYMENT_TARGET "
+                      "is ${CMAKE_OSX_DEPLOYMENT_TARGET}.")
+endif()
+
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
+# Boost's compiled libraries are built against one standard library (libstdc++ on Debian),
+# which a build with another (the libcxx preset) cannot link. Such a build compiles
+# Boost.JSON and Boost.URL itself, from the sources Boost ships among its headers, into one
+# library that stands in for both.
+option(HALYWARD_BOOST_FROM_SOURCE "Compile Boost.JSON and Boost.URL here instead of linking Boost's" OFF)
+if(HALYWARD_BOOST_FROM_SOURCE)
+  if(HALYWARD_INSTALL)
+    message(FATAL_ERROR "A build with HALYWARD_BOOST_FROM_SOURCE is for testing and installs "
+                        "nothing: configure it with -DHALYWARD_INSTALL=OFF.")
+  endif()
+  find_package(Boost 1.81 CONFIG REQUIRED)
+  if(NOT TARGET halyward_boost)
+    add_library(halyward_boost STATIC "${CMAKE_CURRENT_LIST_DIR}/boost_sources.cpp")
+    target_link_libraries(halyward_boost PUBLIC Boost::headers)
+    set_target_properties(halyward_boost PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    add_library(Boost::json ALIAS halyward_boost)
+    add_library(Boost::url ALIAS halyward_boost)
+  endif()
+else()
+  find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
+endif()
+# Header-only; the number reader (base/number_text.cpp) reads doubles with it.
+find_package(FastFloat CONFIG REQUIRED)
 pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 if(APPLE)

@@ -24,6 +24,7 @@ LIBRARIES = {
     "PkgConfig::IDN2": re.compile(r"#include <idn2\.h>"),
     "Boost::json": re.compile(r"#include <boost/json"),
     "Boost::url": re.compile(r"#include <boost/url"),
+    "FastFloat::fast_float": re.compile(r"#include <fast_float/"),
     # libcrypto and libcurl are opened at run time; modules declare their headers only.
     "halyward_crypto_headers": re.compile(r"#include <openssl/"),
     "halyward_curl_headers": re.compile(r"#include <curl/"),

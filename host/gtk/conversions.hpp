@@ -16,25 +16,24 @@
 
 namespace halyward::gtk {
 
-inline GdkRectangle toGdkRectangle(const Frame& frame)
-{
-    return GdkRectangle{static_cast<int>(std::lround(frame.x)), static_cast<int>(std::lround(frame.y)),
-                        static_cast<int>(std::lround(frame.width)),
-                        static_cast<int>(std::lround(frame.height))};
+inline GdkRectangle toGdkRectangle(const Frame& frame) {
+    return GdkRectangle{
+        static_cast<int>(std::lround(frame.x)), static_cast<int>(std::lround(frame.y)),
+        static_cast<int>(std::lround(frame.width)), static_cast<int>(std::lround(frame.height))};
 }
 
-inline Frame toFrame(const GdkRectangle& rect)
-{
+inline Frame toFrame(const GdkRectangle& rect) {
     return Frame{static_cast<double>(rect.x), static_cast<double>(rect.y),
                  static_cast<double>(rect.width), static_cast<double>(rect.height)};
 }
 
 /// A borrowed GLib text as a string; null reads as empty text.
-inline std::string toString(const char* text) { return text != nullptr ? std::string(text) : std::string(); }
+inline std::string toString(const char* text) {
+    return text != nullptr ? std::string(text) : std::string();
+}
 
 /// A borrowed GLib text, none when null.
-inline std::optional<std::string> toOptionalString(const char* text)
-{
+inline std::optional<std::string> toOptionalString(const char* text) {
     if (text == nullptr) {
         return std::nullopt;
     }
@@ -42,23 +41,20 @@ inline std::optional<std::string> toOptionalString(const char* text)
 }
 
 /// Takes a newly allocated GLib text ("transfer full") and frees it.
-inline std::string takeString(char* text)
-{
+inline std::string takeString(char* text) {
     std::string result = toString(text);
     g_free(text);
     return result;
 }
 
 /// The scheme of an address, as GLib reads it (lower-cased); empty when there is none.
-inline std::string uriScheme(std::string_view uri)
-{
+inline std::string uriScheme(std::string_view uri) {
     return takeString(g_uri_parse_scheme(std::string(uri).c_str()));
 }
 
 /// The toolkit's modifier state as the host's `KeyModifier` bits: Ctrl is the primary
 /// shortcut modifier (`keyCommand`), Super stands for macOS's Control key and Alt for Option.
-inline std::uint32_t toKeyModifiers(GdkModifierType state)
-{
+inline std::uint32_t toKeyModifiers(GdkModifierType state) {
     std::uint32_t modifiers = 0;
     if ((state & GDK_SHIFT_MASK) != 0) {
         modifiers |= keyShift;
@@ -80,8 +76,7 @@ inline std::uint32_t toKeyModifiers(GdkModifierType state)
 
 /// A `KeyModifier` set as the toolkit's accelerator modifiers (the inverse of
 /// `toKeyModifiers`, Caps Lock left out).
-inline GdkModifierType toGdkModifiers(std::uint32_t modifiers)
-{
+inline GdkModifierType toGdkModifiers(std::uint32_t modifiers) {
     unsigned state = 0;
     if ((modifiers & keyShift) != 0) {
         state |= GDK_SHIFT_MASK;
@@ -99,8 +94,7 @@ inline GdkModifierType toGdkModifiers(std::uint32_t modifiers)
 }
 
 /// A key's Unicode character as UTF-8; empty for keys that produce none (F10, arrows).
-inline std::string keyvalText(guint keyval)
-{
+inline std::string keyvalText(guint keyval) {
     const gunichar character = gdk_keyval_to_unicode(keyval);
     if (character == 0) {
         return {};

@@ -18,8 +18,7 @@ public:
     static GObjectPtr adopt(T* object) { return GObjectPtr(object); }
     /// Adds a reference of its own; a floating reference is sunk, so a widget kept here
     /// stays alive while containers take it and let it go.
-    static GObjectPtr retain(T* object)
-    {
+    static GObjectPtr retain(T* object) {
         if (object != nullptr) {
             g_object_ref_sink(object);
         }
@@ -29,8 +28,7 @@ public:
     GObjectPtr(const GObjectPtr&) = delete;
     GObjectPtr& operator=(const GObjectPtr&) = delete;
     GObjectPtr(GObjectPtr&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
-    GObjectPtr& operator=(GObjectPtr&& other) noexcept
-    {
+    GObjectPtr& operator=(GObjectPtr&& other) noexcept {
         if (this != &other) {
             reset();
             object = std::exchange(other.object, nullptr);
@@ -39,8 +37,7 @@ public:
     }
     ~GObjectPtr() { reset(); }
 
-    void reset()
-    {
+    void reset() {
         if (object != nullptr) {
             g_object_unref(std::exchange(object, nullptr));
         }
@@ -60,8 +57,7 @@ private:
 class SignalConnection {
 public:
     SignalConnection() = default;
-    SignalConnection(gpointer instance, gulong handler) : instance(instance), handler(handler)
-    {
+    SignalConnection(gpointer instance, gulong handler) : instance(instance), handler(handler) {
         if (instance != nullptr) {
             g_object_add_weak_pointer(G_OBJECT(instance), &this->instance);
         }
@@ -70,8 +66,7 @@ public:
     SignalConnection& operator=(const SignalConnection&) = delete;
     ~SignalConnection() { disconnect(); }
 
-    void disconnect()
-    {
+    void disconnect() {
         if (instance != nullptr) {
             g_object_remove_weak_pointer(G_OBJECT(instance), &instance);
             if (handler != 0) {

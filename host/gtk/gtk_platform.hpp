@@ -23,7 +23,8 @@ class GtkPlatform final : public Platform {
 public:
     /// `applicationID` is the desktop's id for this app (empty when the bundle has none);
     /// `acceleratedCompositing` says whether web pages are composited on the GPU.
-    GtkPlatform(GtkApplication* application, std::string applicationID, bool acceleratedCompositing);
+    GtkPlatform(GtkApplication* application, std::string applicationID,
+                bool acceleratedCompositing);
     ~GtkPlatform() override;
     GtkPlatform(const GtkPlatform&) = delete;
     GtkPlatform& operator=(const GtkPlatform&) = delete;
@@ -36,7 +37,8 @@ public:
     void performMenuAction(const std::string& action);
 
     std::unique_ptr<PlatformWebViewConfiguration> makeWebViewConfiguration() override;
-    std::unique_ptr<PlatformWebView> makeWebView(PlatformWebViewConfiguration& configuration) override;
+    std::unique_ptr<PlatformWebView> makeWebView(
+        PlatformWebViewConfiguration& configuration) override;
     std::unique_ptr<PlatformWindow> makeWindow(const WindowOptions& options) override;
     void installMainMenu(const std::vector<Menu>& menus) override;
     void runModalAlert(const std::string& message, const std::string& informative) override;
@@ -47,7 +49,8 @@ public:
     void postNotification(const std::string& identifier, const std::string& title,
                           const std::string& body) override;
     void setBadgeCount(std::int64_t count) override;
-    std::unique_ptr<FileWatch> watchFile(const std::string& path, std::function<void()> changed) override;
+    std::unique_ptr<FileWatch> watchFile(const std::string& path,
+                                         std::function<void()> changed) override;
     void postTask(std::function<void()> task) override;
     std::string homeDirectory() const override;
     std::optional<std::string> titlebarDoubleClickPreference() const override;

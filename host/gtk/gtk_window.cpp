@@ -14,16 +14,15 @@ constexpr const char* kWrapperKey = "halyward-window";
 
 /// The characters a key produces with no modifier applied, in the layout the key was
 /// typed in, so Ctrl+Shift+C reads "c" and Caps Lock changes nothing.
-std::string unmodifiedCharacters(GtkEventControllerKey* controller, guint keycode, guint keyval)
-{
+std::string unmodifiedCharacters(GtkEventControllerKey* controller, guint keycode, guint keyval) {
     GdkEvent* event = gtk_event_controller_get_current_event(GTK_EVENT_CONTROLLER(controller));
     GtkWidget* widget = gtk_event_controller_get_widget(GTK_EVENT_CONTROLLER(controller));
     guint plain = keyval;
     if (event != nullptr && gdk_event_get_event_type(event) == GDK_KEY_PRESS) {
         guint translated = 0;
         if (gdk_display_translate_key(gtk_widget_get_display(widget), keycode, GdkModifierType{},
-                                      static_cast<int>(gdk_key_event_get_layout(event)), &translated,
-                                      nullptr, nullptr, nullptr)) {
+                                      static_cast<int>(gdk_key_event_get_layout(event)),
+                                      &translated, nullptr, nullptr, nullptr)) {
             plain = translated;
         }
     }
@@ -32,8 +31,8 @@ std::string unmodifiedCharacters(GtkEventControllerKey* controller, guint keycod
 
 }  // namespace
 
-GtkChromeWindow::GtkChromeWindow(GtkPlatform& platform, const WindowOptions& options) : platform(platform)
-{
+GtkChromeWindow::GtkChromeWindow(GtkPlatform& platform, const WindowOptions& options)
+    : platform(platform) {
     installChromeStyle();
     window = GObjectPtr<GtkWidget>::retain(gtk_window_new());
     GtkWindow* gtkWindow = GTK_WINDOW(window.get());
@@ -65,14 +64,18 @@ GtkChromeWindow::GtkChromeWindow(GtkPlatform& platform, const WindowOptions& opt
     if (!options.fullSizeContentView) {
         standardBar = std::make_unique<StandardBar>(platform.menuModel());
         showTitlebar(standardBar->widget(), standardBar->menuButton());
-        gtk_widget_measure(titlebarSlot, GTK_ORIENTATION_VERTICAL, -1, nullptr, &titlebarHeight, nullptr, nullptr);
+        gtk_widget_measure(titlebarSlot, GTK_ORIENTATION_VERTICAL, -1, nullptr, &titlebarHeight,
+                           nullptr, nullptr);
     }
     const GdkRectangle content = toGdkRectangle(options.contentRect);
     gtk_window_set_default_size(gtkWindow, content.width, content.height + titlebarHeight);
 
-    connections.emplace_back(gtkWindow, g_signal_connect(gtkWindow, "close-request", G_CALLBACK(onCloseRequest), this));
-    connections.emplace_back(gtkWindow, g_signal_connect(gtkWindow, "notify::is-active", G_CALLBACK(onActive), this));
-    connections.emplace_back(address, g_signal_connect(address, "activate", G_CALLBACK(onAddressActivate), this));
+    connections.emplace_back(
+        gtkWindow, g_signal_connect(gtkWindow, "close-request", G_CALLBACK(onCloseRequest), this));
+    connections.emplace_back(
+        gtkWindow, g_signal_connect(gtkWindow, "notify::is-active", G_CALLBACK(onActive), this));
+    connections.emplace_back(
+        address, g_signal_connect(address, "activate", G_CALLBACK(onAddressActivate), this));
 
     // Capture phase: the host's shortcuts come before the page sees the keys.
     GtkEventController* keys = gtk_event_controller_key_new();
@@ -96,15 +99,13 @@ GtkChromeWindow::GtkChromeWindow(GtkPlatform& platform, const WindowOptions& opt
     gtk_widget_add_controller(window.get(), shortcuts);
 }
 
-GtkChromeWindow::~GtkChromeWindow()
-{
+GtkChromeWindow::~GtkChromeWindow() {
     connections.clear();
     g_object_set_data(G_OBJECT(window.get()), kWrapperKey, nullptr);
     gtk_window_destroy(gtkWindow());
 }
 
-GtkChromeWindow* GtkChromeWindow::from(GtkWindow* window)
-{
+GtkChromeWindow* GtkChromeWindow::from(GtkWindow* window) {
     if (window == nullptr) {
         return nullptr;
     }
@@ -113,10 +114,11 @@ GtkChromeWindow* GtkChromeWindow::from(GtkWindow* window)
 
 void GtkChromeWindow::setDelegate(WindowDelegate* delegate) { windowDelegate = delegate; }
 
-void GtkChromeWindow::setTitle(const std::string& title) { gtk_window_set_title(gtkWindow(), title.c_str()); }
+void GtkChromeWindow::setTitle(const std::string& title) {
+    gtk_window_set_title(gtkWindow(), title.c_str());
+}
 
-void GtkChromeWindow::center()
-{
+void GtkChromeWindow::center() {
     // GTK 4 leaves placement to the window manager, which centres new windows on GNOME;
     // there is no call to make.
 }
@@ -129,8 +131,7 @@ void GtkChromeWindow::close() { gtk_window_close(gtkWindow()); }
 
 void GtkChromeWindow::miniaturize() { gtk_window_minimize(gtkWindow()); }
 
-void GtkChromeWindow::zoom()
-{
+void GtkChromeWindow::zoom() {
     if (gtk_window_is_maximized(gtkWindow())) {
         gtk_window_unmaximize(gtkWindow());
     } else {
@@ -138,14 +139,12 @@ void GtkChromeWindow::zoom()
     }
 }
 
-void GtkChromeWindow::applySlimTreatment()
-{
+void GtkChromeWindow::applySlimTreatment() {
     // The slim bar is the window's own client-side title bar; the toolkit never puts its
     // own back, so there is nothing to apply again.
 }
 
-void GtkChromeWindow::installSlimChrome(PlatformWebView& webView, const SlimBarContent& bar)
-{
+void GtkChromeWindow::installSlimChrome(PlatformWebView& webView, const SlimBarContent& bar) {
     showWebView(webView);
     if (!slimBar) {
         slimBar = std::make_unique<SlimBar>(platform.menuModel(), [this] {
@@ -158,8 +157,7 @@ void GtkChromeWindow::installSlimChrome(PlatformWebView& webView, const SlimBarC
     showTitlebar(slimBar->widget(), slimBar->menuButton());
 }
 
-void GtkChromeWindow::installStandardChrome(PlatformWebView& webView)
-{
+void GtkChromeWindow::installStandardChrome(PlatformWebView& webView) {
     showWebView(webView);
     if (!standardBar) {
         standardBar = std::make_unique<StandardBar>(platform.menuModel());
@@ -167,15 +165,13 @@ void GtkChromeWindow::installStandardChrome(PlatformWebView& webView)
     showTitlebar(standardBar->widget(), standardBar->menuButton());
 }
 
-void GtkChromeWindow::updateSlimBar(const SlimBarContent& bar)
-{
+void GtkChromeWindow::updateSlimBar(const SlimBarContent& bar) {
     if (slimBar) {
         slimBar->update(bar);
     }
 }
 
-void GtkChromeWindow::showAddressField(const std::string& text)
-{
+void GtkChromeWindow::showAddressField(const std::string& text) {
     gtk_editable_set_text(GTK_EDITABLE(address), text.c_str());
     gtk_widget_set_visible(address, TRUE);
     gtk_widget_grab_focus(address);
@@ -184,8 +180,7 @@ void GtkChromeWindow::showAddressField(const std::string& text)
 
 void GtkChromeWindow::hideAddressField() { gtk_widget_set_visible(address, FALSE); }
 
-void GtkChromeWindow::performEditingCommand(const char* webKitCommand, const char* widgetAction)
-{
+void GtkChromeWindow::performEditingCommand(const char* webKitCommand, const char* widgetAction) {
     GtkWidget* focus = gtk_root_get_focus(GTK_ROOT(window.get()));
     if (focus == nullptr) {
         return;
@@ -197,23 +192,20 @@ void GtkChromeWindow::performEditingCommand(const char* webKitCommand, const cha
     }
 }
 
-void GtkChromeWindow::popUpMenu()
-{
+void GtkChromeWindow::popUpMenu() {
     if (menuButton != nullptr) {
         gtk_menu_button_popup(menuButton);
     }
 }
 
-void GtkChromeWindow::showWebView(PlatformWebView& webView)
-{
+void GtkChromeWindow::showWebView(PlatformWebView& webView) {
     GtkWidget* view = static_cast<GtkWebView&>(webView).widget();
     if (gtk_overlay_get_child(GTK_OVERLAY(overlay)) != view) {
         gtk_overlay_set_child(GTK_OVERLAY(overlay), view);
     }
 }
 
-void GtkChromeWindow::showTitlebar(GtkWidget* bar, GtkMenuButton* menu)
-{
+void GtkChromeWindow::showTitlebar(GtkWidget* bar, GtkMenuButton* menu) {
     GtkWidget* current = gtk_widget_get_first_child(titlebarSlot);
     if (current != bar) {
         if (current != nullptr) {
@@ -224,8 +216,7 @@ void GtkChromeWindow::showTitlebar(GtkWidget* bar, GtkMenuButton* menu)
     menuButton = menu;
 }
 
-gboolean GtkChromeWindow::onCloseRequest(GtkWindow* gtkWindow, gpointer self)
-{
+gboolean GtkChromeWindow::onCloseRequest(GtkWindow* gtkWindow, gpointer self) {
     auto* wrapper = static_cast<GtkChromeWindow*>(self);
     const std::weak_ptr<int> alive = wrapper->alive;
     // Closing may destroy the wrapper (and so the window) from inside this handler; the
@@ -241,17 +232,15 @@ gboolean GtkChromeWindow::onCloseRequest(GtkWindow* gtkWindow, gpointer self)
     return TRUE;
 }
 
-void GtkChromeWindow::onActive(GObject*, GParamSpec*, gpointer self)
-{
+void GtkChromeWindow::onActive(GObject*, GParamSpec*, gpointer self) {
     auto* wrapper = static_cast<GtkChromeWindow*>(self);
     if (wrapper->windowDelegate != nullptr && gtk_window_is_active(wrapper->gtkWindow())) {
         wrapper->windowDelegate->windowDidBecomeKey(*wrapper);
     }
 }
 
-gboolean GtkChromeWindow::onKeyPressed(GtkEventControllerKey* controller, guint keyval, guint keycode,
-                                       GdkModifierType state, gpointer self)
-{
+gboolean GtkChromeWindow::onKeyPressed(GtkEventControllerKey* controller, guint keyval,
+                                       guint keycode, GdkModifierType state, gpointer self) {
     auto* wrapper = static_cast<GtkChromeWindow*>(self);
     if (wrapper->windowDelegate == nullptr) {
         return FALSE;
@@ -260,11 +249,11 @@ gboolean GtkChromeWindow::onKeyPressed(GtkEventControllerKey* controller, guint 
     return wrapper->windowDelegate->handleKey(*wrapper, event) ? TRUE : FALSE;
 }
 
-void GtkChromeWindow::onAddressActivate(GtkEntry* entry, gpointer self)
-{
+void GtkChromeWindow::onAddressActivate(GtkEntry* entry, gpointer self) {
     auto* wrapper = static_cast<GtkChromeWindow*>(self);
     if (wrapper->windowDelegate != nullptr) {
-        wrapper->windowDelegate->commitAddress(*wrapper, gtk_editable_get_text(GTK_EDITABLE(entry)));
+        wrapper->windowDelegate->commitAddress(*wrapper,
+                                               gtk_editable_get_text(GTK_EDITABLE(entry)));
     }
 }
 

@@ -30,8 +30,7 @@ struct Host {
     std::shared_ptr<halyward::WebHostDelegate> delegate;
 };
 
-void onStartup(GApplication* application, gpointer data)
-{
+void onStartup(GApplication* application, gpointer data) {
     auto* host = static_cast<Host*>(data);
     GdkDisplay* display = gdk_display_get_default();
 #ifdef GDK_WINDOWING_X11
@@ -40,14 +39,15 @@ void onStartup(GApplication* application, gpointer data)
         gdk_x11_display_set_program_class(display, host->applicationID.c_str());
     }
 #endif
-    const bool accelerated = halyward::useAcceleratedCompositing(halyward::gtk::hardwareRendering(display));
-    host->platform = std::make_unique<GtkPlatform>(GTK_APPLICATION(application), host->applicationID, accelerated);
+    const bool accelerated =
+        halyward::useAcceleratedCompositing(halyward::gtk::hardwareRendering(display));
+    host->platform = std::make_unique<GtkPlatform>(GTK_APPLICATION(application),
+                                                   host->applicationID, accelerated);
     host->delegate = std::make_shared<halyward::WebHostDelegate>(*host->platform, host->info);
     g_set_application_name(host->delegate->bundleName.c_str());
 }
 
-void onActivate(GApplication*, gpointer data)
-{
+void onActivate(GApplication*, gpointer data) {
     auto* host = static_cast<Host*>(data);
     // The first activation is the launch; any later one is the app being opened again
     // while it runs (a second launch hands its activation to this process).
@@ -62,8 +62,7 @@ void onActivate(GApplication*, gpointer data)
 
 }  // namespace
 
-int main(int, char** argv)
-{
+int main(int, char** argv) {
     Host host;
     if (const auto bundle = halyward::bundleOfExecutable("/proc/self/exe")) {
         host.info = halyward::readBundleInfo(*bundle);
@@ -89,9 +88,9 @@ int main(int, char** argv)
     }
 
     // With an id, a second launch of the same app activates the running one instead.
-    GtkApplication* application =
-        gtk_application_new(host.applicationID.empty() ? nullptr : host.applicationID.c_str(),
-                            host.applicationID.empty() ? G_APPLICATION_NON_UNIQUE : G_APPLICATION_DEFAULT_FLAGS);
+    GtkApplication* application = gtk_application_new(
+        host.applicationID.empty() ? nullptr : host.applicationID.c_str(),
+        host.applicationID.empty() ? G_APPLICATION_NON_UNIQUE : G_APPLICATION_DEFAULT_FLAGS);
     g_signal_connect(application, "startup", G_CALLBACK(onStartup), &host);
     g_signal_connect(application, "activate", G_CALLBACK(onActivate), &host);
 

@@ -10,8 +10,7 @@
 
 namespace halyward::gtk {
 
-bool hasRenderNode()
-{
+bool hasRenderNode() {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/dri", error)) {
         if (entry.path().filename().string().starts_with("renderD")) {
@@ -21,8 +20,7 @@ bool hasRenderNode()
     return false;
 }
 
-bool hardwareRendering(GdkDisplay* display)
-{
+bool hardwareRendering(GdkDisplay* display) {
     if (display == nullptr || !hasRenderNode()) {
         return false;
     }

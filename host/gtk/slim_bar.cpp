@@ -6,8 +6,7 @@ namespace halyward::gtk {
 
 namespace {
 
-GtkWidget* label(const char* cssClass, bool ellipsize)
-{
+GtkWidget* label(const char* cssClass, bool ellipsize) {
     GtkWidget* widget = gtk_label_new(nullptr);
     gtk_widget_add_css_class(widget, cssClass);
     gtk_label_set_single_line_mode(GTK_LABEL(widget), TRUE);
@@ -17,8 +16,7 @@ GtkWidget* label(const char* cssClass, bool ellipsize)
     return widget;
 }
 
-GtkWidget* newMenuButton(GMenuModel* model)
-{
+GtkWidget* newMenuButton(GMenuModel* model) {
     GtkWidget* button = gtk_menu_button_new();
     gtk_menu_button_set_icon_name(GTK_MENU_BUTTON(button), "open-menu-symbolic");
     gtk_menu_button_set_menu_model(GTK_MENU_BUTTON(button), model);
@@ -27,8 +25,7 @@ GtkWidget* newMenuButton(GMenuModel* model)
     return button;
 }
 
-void setText(GtkWidget* widget, const std::string& text)
-{
+void setText(GtkWidget* widget, const std::string& text) {
     gtk_label_set_text(GTK_LABEL(widget), text.c_str());
     gtk_widget_set_visible(widget, !text.empty());
 }
@@ -36,8 +33,7 @@ void setText(GtkWidget* widget, const std::string& text)
 }  // namespace
 
 SlimBar::SlimBar(GMenuModel* model, std::function<void()> onDoubleClick)
-    : doubleClicked(std::move(onDoubleClick))
-{
+    : doubleClicked(std::move(onDoubleClick)) {
     root = GObjectPtr<GtkWidget>::retain(gtk_center_box_new());
     gtk_widget_add_css_class(root.get(), "slim-bar");
     gtk_widget_set_size_request(root.get(), -1, kSlimBarPixels);
@@ -77,22 +73,22 @@ SlimBar::SlimBar(GMenuModel* model, std::function<void()> onDoubleClick)
     GtkGesture* drag = gtk_gesture_drag_new();
     gtk_gesture_single_set_button(GTK_GESTURE_SINGLE(drag), GDK_BUTTON_PRIMARY);
     g_signal_connect(drag, "drag-update", G_CALLBACK(onDragUpdate), this);
-    g_signal_connect(drag, "drag-begin", G_CALLBACK(+[](GtkGestureDrag*, double, double, gpointer self) {
+    g_signal_connect(drag, "drag-begin",
+                     G_CALLBACK(+[](GtkGestureDrag*, double, double, gpointer self) {
                          static_cast<SlimBar*>(self)->dragging = false;
-                     }), this);
+                     }),
+                     this);
     gtk_widget_add_controller(root.get(), GTK_EVENT_CONTROLLER(drag));
 }
 
-void SlimBar::update(const SlimBarContent& content)
-{
+void SlimBar::update(const SlimBarContent& content) {
     setText(mark, content.mark);
     setText(appName, content.appName);
     setText(pageTitle, content.pageTitle);
     setText(hotkey, content.hotkey);
 }
 
-void SlimBar::onPressed(GtkGestureClick* gesture, int presses, double, double, gpointer self)
-{
+void SlimBar::onPressed(GtkGestureClick* gesture, int presses, double, double, gpointer self) {
     auto* bar = static_cast<SlimBar*>(self);
     const guint button = gtk_gesture_single_get_current_button(GTK_GESTURE_SINGLE(gesture));
     GtkNative* native = gtk_widget_get_native(bar->root.get());
@@ -111,10 +107,10 @@ void SlimBar::onPressed(GtkGestureClick* gesture, int presses, double, double, g
     }
 }
 
-void SlimBar::onDragUpdate(GtkGestureDrag* gesture, double dx, double dy, gpointer self)
-{
+void SlimBar::onDragUpdate(GtkGestureDrag* gesture, double dx, double dy, gpointer self) {
     auto* bar = static_cast<SlimBar*>(self);
-    if (bar->dragging || !gtk_drag_check_threshold(bar->root.get(), 0, 0, static_cast<int>(dx), static_cast<int>(dy))) {
+    if (bar->dragging || !gtk_drag_check_threshold(bar->root.get(), 0, 0, static_cast<int>(dx),
+                                                   static_cast<int>(dy))) {
         return;
     }
     bar->dragging = true;
@@ -128,28 +124,28 @@ void SlimBar::onDragUpdate(GtkGestureDrag* gesture, double dx, double dy, gpoint
     gtk_gesture_drag_get_start_point(gesture, &startX, &startY);
     double nativeX = startX;
     double nativeY = startY;
-    gtk_widget_translate_coordinates(bar->root.get(), GTK_WIDGET(native), startX, startY, &nativeX, &nativeY);
+    gtk_widget_translate_coordinates(bar->root.get(), GTK_WIDGET(native), startX, startY, &nativeX,
+                                     &nativeY);
     double surfaceX = 0;
     double surfaceY = 0;
     gtk_native_get_surface_transform(native, &surfaceX, &surfaceY);
     nativeX += surfaceX;
     nativeY += surfaceY;
     gtk_gesture_set_state(GTK_GESTURE(gesture), GTK_EVENT_SEQUENCE_CLAIMED);
-    gdk_toplevel_begin_move(GDK_TOPLEVEL(surface), gtk_gesture_get_device(GTK_GESTURE(gesture)),
-                            GDK_BUTTON_PRIMARY, nativeX, nativeY,
-                            gtk_event_controller_get_current_event_time(GTK_EVENT_CONTROLLER(gesture)));
+    gdk_toplevel_begin_move(
+        GDK_TOPLEVEL(surface), gtk_gesture_get_device(GTK_GESTURE(gesture)), GDK_BUTTON_PRIMARY,
+        nativeX, nativeY,
+        gtk_event_controller_get_current_event_time(GTK_EVENT_CONTROLLER(gesture)));
     gtk_event_controller_reset(GTK_EVENT_CONTROLLER(gesture));
 }
 
-StandardBar::StandardBar(GMenuModel* model)
-{
+StandardBar::StandardBar(GMenuModel* model) {
     root = GObjectPtr<GtkWidget>::retain(gtk_header_bar_new());
     menu = newMenuButton(model);
     gtk_header_bar_pack_end(GTK_HEADER_BAR(root.get()), menu);
 }
 
-void installChromeStyle()
-{
+void installChromeStyle() {
     static bool installed = false;
     GdkDisplay* display = gdk_display_get_default();
     if (installed || display == nullptr) {

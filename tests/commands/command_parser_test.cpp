@@ -114,6 +114,8 @@ TEST(command_parser, refuses_wrong_words_with_fixed_messages) {
         {{"--timeout", "0"}, timeout},
         {{"--timeout", "abc"}, timeout},
         {{"--timeout", "inf"}, timeout},
+        {{"--timeout", "1e-400"}, timeout},  // rounds to zero
+        {{"--timeout", "0x10"}, timeout},
         {{"--timeout", " 1"}, timeout},
         {{"--timeout="}, timeout},
         {{"tile", "Safari", "left-half", "--display", "0"}, display},

@@ -97,10 +97,11 @@ struct StandInApp {
 
     StandInApp(const fs::path& home, const std::string& socket) {
         // Close-on-exec: the app must hold neither its own input's write end nor its
-        // output's read end, or the ends would never close.
+        // output's read end, or the ends would never close. (macOS has no pipe2.)
         int in[2], out[2];
-        EXPECT_EQ(::pipe2(in, O_CLOEXEC), 0);
-        EXPECT_EQ(::pipe2(out, O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe(in), 0);
+        EXPECT_EQ(::pipe(out), 0);
+        for (int end : {in[0], in[1], out[0], out[1]}) ::fcntl(end, F_SETFD, FD_CLOEXEC);
         pid = spawn(HALYWARD_STAND_IN_APP, {socket}, home.string(), (home / "stand-in").string(),
                     in[0], out[1]);
         ::close(in[0]);

@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -55,7 +56,8 @@ struct EchoHandler {
 
 // A blocking connection to the server at `path`; invalid when nothing accepts there.
 UniqueFd connectTo(const std::string& path) {
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);  // macOS has no SOCK_CLOEXEC
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);

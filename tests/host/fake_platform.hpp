@@ -35,7 +35,9 @@ public:
     std::vector<std::string> userScripts;
     std::map<std::string, std::function<void(const ScriptMessage&)>> handlers;
 
-    void setJavaScriptCanOpenWindowsAutomatically(bool allowed) override { canOpenWindows = allowed; }
+    void setJavaScriptCanOpenWindowsAutomatically(bool allowed) override {
+        canOpenWindows = allowed;
+    }
     void setWebsiteDataStore(const std::string& identifier) override { dataStore = identifier; }
     void addUserScript(const std::string& source) override { userScripts.push_back(source); }
     void setScriptMessageHandler(const std::string& name,
@@ -72,7 +74,9 @@ public:
     bool swipeGestures = false;
 
     void setDelegate(WebViewDelegate* d) override { delegate = d; }
-    void load(const std::string& address, double timeout) override { loads.emplace_back(address, timeout); }
+    void load(const std::string& address, double timeout) override {
+        loads.emplace_back(address, timeout);
+    }
     void reload() override { ++reloads; }
     void goBack() override { ++backs; }
     void goForward() override { ++forwards; }
@@ -83,17 +87,20 @@ public:
     void focus() override { ++focuses; }
 
     // Events go to whatever delegate is set now, as a toolkit sends them.
-    NavigationVerdict navigate(std::string target, bool mainFrame = true, bool linkActivated = true) {
+    NavigationVerdict navigate(std::string target, bool mainFrame = true,
+                               bool linkActivated = true) {
         NavigationAction action;
         action.hasURL = !target.empty();
         action.targetURL = std::move(target);
         action.targetIsMainFrame = mainFrame;
         action.linkActivated = linkActivated;
-        return delegate ? delegate->decideNavigationAction(*this, action) : NavigationVerdict::allow;
+        return delegate ? delegate->decideNavigationAction(*this, action)
+                        : NavigationVerdict::allow;
     }
     PlatformWebView* openWindow(const std::string& target, PlatformWebViewConfiguration& with) {
-        return delegate ? delegate->createWebView(*this, with, NewWindowRequest{target, !target.empty()})
-                        : nullptr;
+        return delegate
+                   ? delegate->createWebView(*this, with, NewWindowRequest{target, !target.empty()})
+                   : nullptr;
     }
     void closeByScript() {
         if (delegate) delegate->webViewDidClose(*this);
@@ -199,21 +206,28 @@ public:
     void terminate() override { ++terminations; }
     bool hasHandler(std::string_view url) override {
         const auto colon = url.find(':');
-        return colon != std::string_view::npos && schemesWithHandler.count(std::string(url.substr(0, colon)));
+        return colon != std::string_view::npos &&
+               schemesWithHandler.count(std::string(url.substr(0, colon)));
     }
     void openExternally(const std::string& url) override { opened.push_back(url); }
-    void setClipboardText(const std::optional<std::string>& text) override { clipboard.push_back(text); }
-    void postNotification(const std::string& id, const std::string& title, const std::string& body) override {
+    void setClipboardText(const std::optional<std::string>& text) override {
+        clipboard.push_back(text);
+    }
+    void postNotification(const std::string& id, const std::string& title,
+                          const std::string& body) override {
         notifications.emplace_back(id, title, body);
     }
     void setBadgeCount(std::int64_t count) override { badges.push_back(count); }
-    std::unique_ptr<FileWatch> watchFile(const std::string& path, std::function<void()> changed) override {
+    std::unique_ptr<FileWatch> watchFile(const std::string& path,
+                                         std::function<void()> changed) override {
         if (!canWatch) return nullptr;
         return std::make_unique<FakeWatch>(*this, path, std::move(changed));
     }
     void postTask(std::function<void()> task) override { tasks.push_back(std::move(task)); }
     std::string homeDirectory() const override { return home; }
-    std::optional<std::string> titlebarDoubleClickPreference() const override { return doubleClickPreference; }
+    std::optional<std::string> titlebarDoubleClickPreference() const override {
+        return doubleClickPreference;
+    }
 
     // Runs the main loop until it is idle.
     void runTasks() {

@@ -17,7 +17,8 @@ namespace halyward::fakes {
 class HostTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        std::string pattern = (std::filesystem::temp_directory_path() / "halyward-host-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "halyward-host-XXXXXX").string();
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         home = pattern;
         platform.home = home.string();
@@ -35,7 +36,9 @@ protected:
 
     static BundleInfo bundle(const std::string& url, const std::string& slug = "mail") {
         BundleInfo info;
-        info.strings = {{"HWURL", url}, {"HWSlug", slug}, {"CFBundleName", "Mail"},
+        info.strings = {{"HWURL", url},
+                        {"HWSlug", slug},
+                        {"CFBundleName", "Mail"},
                         {"CFBundleIdentifier", "com.halyward.webapp.mail"}};
         return info;
     }
@@ -49,9 +52,15 @@ protected:
         return *delegate->controllers.front();
     }
 
-    FakeConfiguration& configuration() { return static_cast<FakeConfiguration&>(*delegate->configuration); }
-    static FakeWebView& view(WebWindowController& c) { return static_cast<FakeWebView&>(*c.webView); }
-    static FakeWindow& window(WebWindowController& c) { return static_cast<FakeWindow&>(c.window->platform()); }
+    FakeConfiguration& configuration() {
+        return static_cast<FakeConfiguration&>(*delegate->configuration);
+    }
+    static FakeWebView& view(WebWindowController& c) {
+        return static_cast<FakeWebView&>(*c.webView);
+    }
+    static FakeWindow& window(WebWindowController& c) {
+        return static_cast<FakeWindow&>(c.window->platform());
+    }
 
     std::filesystem::path home;
     FakePlatform platform;

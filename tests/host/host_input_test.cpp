@@ -24,7 +24,12 @@ protected:
 
 TEST_F(InputTest, shortcuts_act_only_in_the_key_window_whatever_caps_lock_says) {
     page->url = "https://mail.example.com/inbox/3";
-    struct Case { std::uint32_t modifiers; std::string key; bool consumed; int reloads, backs, forwards; };
+    struct Case {
+        std::uint32_t modifiers;
+        std::string key;
+        bool consumed;
+        int reloads, backs, forwards;
+    };
     const Case cases[] = {
         {keyCommand, "r", true, 1, 0, 0},
         {keyCommand | keyCapsLock, "r", true, 2, 0, 0},
@@ -39,7 +44,8 @@ TEST_F(InputTest, shortcuts_act_only_in_the_key_window_whatever_caps_lock_says) 
     for (const auto& c : cases) {
         EXPECT_EQ(shown->press(c.modifiers, c.key), c.consumed) << c.key << " " << c.modifiers;
         EXPECT_EQ(std::tuple(page->reloads, page->backs, page->forwards),
-                  std::tuple(c.reloads, c.backs, c.forwards)) << c.key << " " << c.modifiers;
+                  std::tuple(c.reloads, c.backs, c.forwards))
+            << c.key << " " << c.modifiers;
     }
 
     shown->key = false;
@@ -65,7 +71,11 @@ TEST_F(InputTest, copy_and_offer_use_the_current_address) {
 }
 
 TEST_F(InputTest, the_address_field_loads_here_or_hands_over) {
-    struct Case { std::string typed; std::optional<std::string> loaded, opened; bool stays; };
+    struct Case {
+        std::string typed;
+        std::optional<std::string> loaded, opened;
+        bool stays;
+    };
     const Case cases[] = {
         {"   ", {}, {}, true},
         {"mail.example.com/archive", "https://mail.example.com/archive", {}, false},
@@ -79,11 +89,15 @@ TEST_F(InputTest, the_address_field_loads_here_or_hands_over) {
         platform.opened.clear();
         shown->press(keyCommand, "l");
         shown->delegate->commitAddress(*shown, c.typed);
-        EXPECT_EQ(page->loads.empty() ? std::nullopt : std::optional(page->loads[0].first), c.loaded) << c.typed;
+        EXPECT_EQ(page->loads.empty() ? std::nullopt : std::optional(page->loads[0].first),
+                  c.loaded)
+            << c.typed;
         if (!page->loads.empty()) {
             EXPECT_EQ(page->loads[0].second, 60.0);
         }
-        EXPECT_EQ(platform.opened.empty() ? std::nullopt : std::optional(platform.opened[0]), c.opened) << c.typed;
+        EXPECT_EQ(platform.opened.empty() ? std::nullopt : std::optional(platform.opened[0]),
+                  c.opened)
+            << c.typed;
         EXPECT_EQ(shown->addressField.has_value(), c.stays) << c.typed;
         EXPECT_EQ(controller->addressShown, c.stays) << c.typed;
     }
@@ -94,15 +108,18 @@ TEST_F(InputTest, the_menu_table_and_its_one_window_action) {
     const auto menus = mainMenu("Mail");
     ASSERT_EQ(menus.size(), 5u);
     EXPECT_EQ(menus[0].items[0], (MenuItem{"About Mail", "orderFrontStandardAboutPanel:", "", 0}));
-    EXPECT_EQ(menus[0].items[3], (MenuItem{"Hide Others", "hideOtherApplications:", "h", keyOption | keyCommand}));
-    EXPECT_EQ(menus[3].items, std::vector<MenuItem>{(MenuItem{"Reload This Page", "reloadPage:", "r", keyCommand})});
+    EXPECT_EQ(menus[0].items[3],
+              (MenuItem{"Hide Others", "hideOtherApplications:", "h", keyOption | keyCommand}));
+    EXPECT_EQ(menus[3].items, std::vector<MenuItem>{
+                                  (MenuItem{"Reload This Page", "reloadPage:", "r", keyCommand})});
     EXPECT_EQ(menus[4].items[1], (MenuItem{"Zoom", "performZoom:", "", 0}));
     EXPECT_TRUE(menus[4].isWindowsMenu && !menus[3].isWindowsMenu);
 
     EXPECT_TRUE(shown->delegate->performAction(*shown, "reloadPage:"));
     EXPECT_FALSE(shown->delegate->performAction(*shown, "copy:"));
     EXPECT_EQ(page->reloads, 1);
-    const std::shared_ptr<WebActions> actions = controller->window->supplementalTarget("reloadPage:");
+    const std::shared_ptr<WebActions> actions =
+        controller->window->supplementalTarget("reloadPage:");
     ASSERT_TRUE(actions);
     EXPECT_FALSE(controller->window->supplementalTarget("paste:"));
     window(*controller).close();
@@ -113,7 +130,10 @@ TEST_F(InputTest, the_menu_table_and_its_one_window_action) {
 TEST_F(InputTest, a_title_bar_double_click_follows_the_desktop_setting) {
     // How the setting's text is read is the configuration model's; here, that each answer
     // reaches the window.
-    struct Case { std::optional<std::string> preference; int zooms, miniaturizes; };
+    struct Case {
+        std::optional<std::string> preference;
+        int zooms, miniaturizes;
+    };
     const Case cases[] = {{std::nullopt, 1, 0}, {"minimize", 1, 1}, {"none", 1, 1}};
     for (const auto& c : cases) {
         platform.doubleClickPreference = c.preference;
@@ -147,10 +167,15 @@ TEST_F(InputTest, downloads_land_in_downloads_under_a_free_name) {
 
 TEST_F(InputTest, page_notifications_become_desktop_notifications) {
     using Entries = std::map<std::string, std::optional<std::string>>;
-    struct Case { ScriptMessage message; std::optional<std::pair<std::string, std::string>> posted; };
+    struct Case {
+        ScriptMessage message;
+        std::optional<std::pair<std::string, std::string>> posted;
+    };
     const Case cases[] = {
-        {{"halywardNotify", true, Entries{{"title", "New mail"}, {"body", "From Ann"}}}, {{"New mail", "From Ann"}}},
-        {{"halywardNotify", true, Entries{{"title", std::nullopt}, {"body", std::nullopt}}}, {{"Halyward", ""}}},
+        {{"halywardNotify", true, Entries{{"title", "New mail"}, {"body", "From Ann"}}},
+         {{"New mail", "From Ann"}}},
+        {{"halywardNotify", true, Entries{{"title", std::nullopt}, {"body", std::nullopt}}},
+         {{"Halyward", ""}}},
         {{"halywardNotify", true, Entries{}}, {{"Halyward", ""}}},
         {{"halywardNotify", true, Entries{{"title", ""}}}, {{"", ""}}},
         {{"halywardNotify", false, Entries{}}, std::nullopt},

@@ -16,11 +16,22 @@ TEST_F(LaunchTest, reads_the_identity_from_the_bundle) {
     };
     const Case cases[] = {
         {{{"HWDataStoreUUID", "0f1e2d3c-4b5a-6978-8796-a5b4c3d2e1f0"}, {"HWSlug", "mail"}},
-         "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0", "Halyward", "mail"},
+         "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0",
+         "Halyward",
+         "mail"},
         {{{"HWDataStoreUUID", "0F1E2D3C4B5A69788796A5B4C3D2E1F0"}}, std::nullopt, "Halyward", ""},
-        {{{"HWDataStoreUUID", "{0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0}"}}, std::nullopt, "Halyward", ""},
-        {{{"HWDataStoreUUID", "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1FG"}}, std::nullopt, "Halyward", ""},
-        {{{"HWDataStoreUUID", "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0 "}}, std::nullopt, "Halyward", ""},
+        {{{"HWDataStoreUUID", "{0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0}"}},
+         std::nullopt,
+         "Halyward",
+         ""},
+        {{{"HWDataStoreUUID", "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1FG"}},
+         std::nullopt,
+         "Halyward",
+         ""},
+        {{{"HWDataStoreUUID", "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0 "}},
+         std::nullopt,
+         "Halyward",
+         ""},
         {{{"CFBundleName", "Calendar"}}, std::nullopt, "Calendar", ""},
     };
     for (const auto& c : cases) {
@@ -48,8 +59,9 @@ TEST_F(LaunchTest, opens_the_home_page_in_a_window_of_its_own_store) {
     EXPECT_EQ(configuration().dataStore, "0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0");
     ASSERT_EQ(delegate->controllers.size(), 1u);
     auto& controller = *delegate->controllers[0];
-    EXPECT_EQ(view(controller).loads, (std::vector<std::pair<std::string, double>>{
-                                          {"https://mail.example.com/inbox", 60.0}}));
+    EXPECT_EQ(
+        view(controller).loads,
+        (std::vector<std::pair<std::string, double>>{{"https://mail.example.com/inbox", 60.0}}));
     EXPECT_EQ(window(controller).title, "Mail");
     EXPECT_EQ(window(controller).fronts, 1);
     EXPECT_EQ(window(controller).delegate, &controller);
@@ -139,7 +151,10 @@ TEST_F(LaunchTest, callbacks_do_nothing_once_the_controller_is_gone) {
 }
 
 TEST(bundle_location, finds_the_bundle_around_the_executable) {
-    struct Case { std::string executable; std::optional<std::string> bundle; };
+    struct Case {
+        std::string executable;
+        std::optional<std::string> bundle;
+    };
     const Case cases[] = {
         {"/Apps/Mail.app/Contents/MacOS/HalywardWebHost", "/Apps/Mail.app"},
         {"/Apps/Mail.app/Contents/MacOS/../MacOS/HalywardWebHost", "/Apps/Mail.app"},

@@ -52,8 +52,8 @@ TEST_F(PopupTest, navigations_stay_or_go_to_the_system) {
     for (const auto& c : cases) {
         platform.opened.clear();
         EXPECT_EQ(main->navigate(c.target, c.mainFrame, c.link), c.verdict) << c.target;
-        EXPECT_EQ(platform.opened, c.opened ? std::vector<std::string>{*c.opened}
-                                            : std::vector<std::string>{})
+        EXPECT_EQ(platform.opened,
+                  c.opened ? std::vector<std::string>{*c.opened} : std::vector<std::string>{})
             << c.target;
     }
     NavigationAction download;
@@ -61,8 +61,10 @@ TEST_F(PopupTest, navigations_stay_or_go_to_the_system) {
     EXPECT_EQ(controller->decideNavigationAction(*main, download), V::download);
     NavigationAction noFrame{"https://other.org/", true, false, true, true, false};
     EXPECT_EQ(controller->decideNavigationAction(*main, noFrame), V::allow);
-    EXPECT_EQ(controller->decideNavigationResponse(*main, NavigationResponse{true, true, true}), V::download);
-    EXPECT_EQ(controller->decideNavigationResponse(*main, NavigationResponse{false, false, true}), V::download);
+    EXPECT_EQ(controller->decideNavigationResponse(*main, NavigationResponse{true, true, true}),
+              V::download);
+    EXPECT_EQ(controller->decideNavigationResponse(*main, NavigationResponse{false, false, true}),
+              V::download);
     EXPECT_EQ(controller->decideNavigationResponse(*main, NavigationResponse{}), V::allow);
 }
 
@@ -88,7 +90,8 @@ TEST_F(PopupTest, new_windows_become_pop_ups_or_go_to_the_system) {
     writeConfig("[general]\nwindow_style = \"standard\"\n");
     FakeWebView* plain = open("not a url");  // no scheme: a pop-up all the same
     ASSERT_NE(plain, nullptr);
-    EXPECT_EQ(platform.windowShowing(plain)->spec, windowOptions(WindowChrome::standard, true, "Mail"));
+    EXPECT_EQ(platform.windowShowing(plain)->spec,
+              windowOptions(WindowChrome::standard, true, "Mail"));
     EXPECT_FALSE(platform.windowShowing(plain)->slimBar);
 }
 
@@ -139,7 +142,8 @@ TEST_F(PopupTest, every_way_of_closing_leaves_no_pop_up_behind) {
 
 TEST_F(PopupTest, a_page_opening_windows_in_a_loop_gets_a_bounded_number) {
     std::size_t opened = 0;
-    for (int i = 0; i < 100; ++i) opened += open("https://x.example.com/" + std::to_string(i)) ? 1 : 0;
+    for (int i = 0; i < 100; ++i)
+        opened += open("https://x.example.com/" + std::to_string(i)) ? 1 : 0;
     EXPECT_EQ(opened, kMaxPopupWindows);
     EXPECT_EQ(controller->extraWindows.size(), kMaxPopupWindows);
     // Closing one makes room for one more.

@@ -53,7 +53,8 @@ std::pair<int, std::string> runNode(const std::string& program) {
     std::string output;
     std::array<char, 4096> buffer{};
     std::size_t read = 0;
-    while ((read = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0) output.append(buffer.data(), read);
+    while ((read = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0)
+        output.append(buffer.data(), read);
     const int status = pclose(pipe.release());
     std::filesystem::remove(file);
     return {WEXITSTATUS(status), output};
@@ -124,7 +125,8 @@ TEST(page_script, runs_intact_under_a_javascript_engine) {
             "{\"late\":\"new-password\",\"marks\":[\"current-password\",\"new-password\",\"username\",\"username\",null,"
             "\"one-time-code\",\"current-password\",null,null],\"permission\":\"granted\","
             "\"posted\":[{\"body\":\"there\",\"title\":\"Hi\"},{\"body\":\"\",\"title\":\"\"}],"
-            "\"ran\":" + quoteJSON(css) + ",\"styles\":" + expectedStyles + "}";
+            "\"ran\":" +
+            quoteJSON(css) + ",\"styles\":" + expectedStyles + "}";
         // Invalid UTF-8 arrives as U+FFFD, as quoteJSON promises; everything else intact.
         EXPECT_EQ(result, JSONValue::parse(expected)) << css;
     }

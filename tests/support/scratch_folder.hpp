@@ -1,7 +1,8 @@
 #pragma once
 // A throw-away folder and whole-file reads and writes for the suites that touch the disk.
 
-#include <stdlib.h>
+#include <stdlib.h>  // mkdtemp on Linux
+#include <unistd.h>  // mkdtemp on macOS
 
 #include <cstdlib>
 #include <filesystem>

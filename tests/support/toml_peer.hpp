@@ -8,7 +8,6 @@
 
 #include <sys/wait.h>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +19,7 @@
 #include <boost/json.hpp>
 
 #include "halyward/base/json.hpp"
+#include "halyward/base/number_text.hpp"
 #include "halyward/toml/document.hpp"
 #include "support/scratch_folder.hpp"
 
@@ -50,6 +50,35 @@ inline boost::json::value leaf(std::string_view type, std::string_view text) {
     return object;
 }
 
+// One text per double, whoever wrote it first: Python writes floats with 17 significant
+// digits, we write the shortest. The writer writes -0.0 as the whole number 0; its sign is
+// kept here, so that a reader that loses it is caught.
+inline std::string floatText(double number) {
+    if (number == 0 && std::signbit(number)) return "-0";
+    std::string text;
+    appendDouble(text, number, DoubleNotation::shortest);
+    return text;
+}
+
+// Python's float leaves in our text.
+inline void rewriteFloats(boost::json::value& value) {
+    if (auto* array = value.if_array()) {
+        for (auto& element : *array) rewriteFloats(element);
+    } else if (auto* object = value.if_object()) {
+        const auto* type = object->if_contains("type");
+        auto* text = object->if_contains("value");
+        if (type && text && type->is_string() && text->is_string() &&
+            type->as_string() == "float") {
+            const auto& digits = text->as_string();
+            const auto number = readDouble(std::string_view(digits.data(), digits.size()),
+                                           DoubleNotation::shortest);
+            if (number) *text = boost::json::string(floatText(*number));
+            return;
+        }
+        for (auto& member : *object) rewriteFloats(member.value());
+    }
+}
+
 inline boost::json::value tagged(const TOMLValue& value, TaggedView view) {
     switch (value.kind()) {
         case TOMLValue::Kind::string: return leaf("string", *value.stringValue());
@@ -60,12 +89,7 @@ inline boost::json::value tagged(const TOMLValue& value, TaggedView view) {
             if (view == TaggedView::asRendered && std::isfinite(number) && value.intValue()) {
                 return leaf("integer", std::to_string(*value.intValue()));
             }
-            // The same text as Python's format(x, ".17g").
-            std::array<char, 64> buffer{};
-            const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
-                                              std::chars_format::general, 17);
-            return leaf("float", std::string_view(buffer.data(), static_cast<std::size_t>(
-                                                                     result.ptr - buffer.data())));
+            return leaf("float", floatText(number));
         }
         case TOMLValue::Kind::array: {
             boost::json::array array;
@@ -120,7 +144,9 @@ inline std::vector<std::optional<std::string>> tomllibTaggedJSONBatch(
     auto [status, output] = detail::peer::runScript(input);
     std::vector<std::optional<std::string>> results(texts.size());
     if (status != 0) return results;
-    const boost::json::array parsed = boost::json::parse(output).as_array();
+    boost::json::value read = boost::json::parse(output);
+    detail::peer::rewriteFloats(read);
+    const boost::json::array& parsed = read.as_array();
     for (std::size_t i = 0; i < parsed.size() && i < results.size(); ++i) {
         if (!parsed[i].is_null()) results[i] = detail::peer::canonical(parsed[i]);
     }

@@ -49,6 +49,9 @@ TEST(toml_parser, failures_name_the_line_and_the_problem) {
         {"x = 9223372036854775808",
          "Config line 1: \u201C9223372036854775808\u201D is not a number."},
         {"x = \u0661\u0662", "Config line 1: \u201C\u0661\u0662\u201D is not a number."},
+        // Infinity could never be written back.
+        {"x = 1" + std::string(400, '0') + ".5",
+         "Config line 1: \u201C1" + std::string(400, '0') + ".5\u201D is not a number."},
         // Escaped line breaks and line breaks in multi-line strings are lines too.
         {"x = \"a\\\nb\"\ny = \"\"\"\n\n\"\"\"\nz", "Config line 6: Expected = after z."},
         // CR LF and lone CR are line breaks.

@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <charconv>
 #include <cmath>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "halyward/base/number_text.hpp"
 #include "support/toml_peer.hpp"
 #include "toml/toml_fixtures.hpp"
 
@@ -62,10 +62,8 @@ private:
             case 4: {
                 const double number =
                     std::ldexp(static_cast<double>(random_()), pick(80) - 60) * (pick(2) ? 1 : -1);
-                char buffer[512];
-                std::string text(buffer, std::to_chars(buffer, buffer + sizeof buffer, number,
-                                                       std::chars_format::fixed)
-                                             .ptr);
+                std::string text;
+                appendDouble(text, number, DoubleNotation::plain);
                 return text.find('.') == std::string::npos ? text + ".0" : text;
             }
             case 5: return pick(2) ? "true" : "false";

@@ -6,7 +6,6 @@
 
 #include <boost/json/basic_parser_impl.hpp>
 
-#include <charconv>
 #include <cmath>
 
 namespace halyward {
@@ -21,8 +20,8 @@ bool isWholeInt64(double value) {
 }
 
 // Builds a JSONValue straight from Boost.JSON's push parser. Numbers are converted from
-// their own text with std::from_chars: Boost.JSON 1.81's fast double conversion can be one
-// unit in the last place off, and a value we wrote must read back as the same double.
+// their own text by the core's number reader: Boost.JSON 1.81's fast double conversion can
+// be one unit in the last place off, and a value we wrote must read back as the same double.
 class ValueBuilder {
 public:
     static constexpr std::size_t max_object_size = std::size_t(-1);
@@ -75,9 +74,7 @@ public:
     }
     bool on_double(double fallback, boost::json::string_view s, boost::system::error_code&) {
         partial_.append(s.data(), s.size());
-        double value = fallback;
-        auto result = std::from_chars(partial_.data(), partial_.data() + partial_.size(), value);
-        if (result.ec == std::errc::result_out_of_range) value = fallback;
+        const double value = readDouble(partial_, DoubleNotation::shortest).value_or(fallback);
         partial_.clear();
         return add(JSONValue(value));
     }

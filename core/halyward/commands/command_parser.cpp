@@ -1,6 +1,7 @@
 #include "halyward/commands/command_parser.hpp"
 
 #include "halyward/base/error.hpp"
+#include "halyward/base/number_text.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -26,16 +27,14 @@ std::optional<std::string> option(const Options& options, std::string_view name)
     return found->second;
 }
 
-// A finite number of seconds greater than zero. std::from_chars takes neither a leading
-// "+" nor hexadecimal without being asked, and refuses blanks; infinity and NaN are
-// refused as well, since a wait can neither last forever nor be "not a number" long.
+// A finite number of seconds greater than zero. The number reader takes neither a leading
+// "+" nor hexadecimal, and refuses blanks; infinity and NaN are refused as well, since a
+// wait can neither last forever nor be "not a number" long.
 std::optional<double> positiveSeconds(std::string_view text) {
     if (!text.empty() && text.front() == '+') text.remove_prefix(1);
     if (text.empty() || text.front() == '-' || text.front() == '+') return std::nullopt;
-    double value = 0;
-    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (ec != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    if (!std::isfinite(value) || !(value > 0)) return std::nullopt;
+    const auto value = readDouble(text, DoubleNotation::shortest);
+    if (!value || !std::isfinite(*value) || !(*value > 0)) return std::nullopt;
     return value;
 }
 

@@ -2,6 +2,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include "halyward/base/error.hpp"
+#include "halyward/base/number_text.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/toml/characters.hpp"
 #include "halyward/toml/document.hpp"
@@ -337,18 +339,10 @@ private:
         const char* first = written.data();
         const char* last = first + written.size();
         if (fraction) {
-            double value = 0;
-            const auto result = std::from_chars(first, last, value, std::chars_format::fixed);
-            if (result.ptr == last && result.ec == std::errc()) return TOMLValue::number(value);
-            // Too small to represent: the nearest double is zero. Too large is an error,
-            // because infinity could never be written back.
-            if (result.ptr == last && result.ec == std::errc::result_out_of_range) {
-                const std::size_t point = written.find('.');
-                const std::string_view whole = written.substr(0, point);
-                if (whole.find_first_not_of("-0") == npos) {
-                    return TOMLValue::number(written.front() == '-' ? -0.0 : 0.0);
-                }
-            }
+            // Too small to represent reads as zero, the nearest double. Too large is an
+            // error, because infinity could never be written back.
+            const auto value = readDouble(written, DoubleNotation::plain);
+            if (value && std::isfinite(*value)) return TOMLValue::number(*value);
         } else {
             std::int64_t value = 0;
             const auto result = std::from_chars(first, last, value);

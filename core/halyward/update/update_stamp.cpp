@@ -117,7 +117,8 @@ std::optional<chrono::system_clock::time_point> UpdateDisk::parseDate(std::strin
     if (pos != text.size()) return std::nullopt;
 
     // Four-digit years keep every sum here far inside 64 bits; only the clock's own range
-    // (a few centuries around 1970 at nanosecond ticks) needs checking.
+    // needs checking: a few centuries around 1970 where it counts nanoseconds (libstdc++),
+    // far more where it counts microseconds (libc++).
     std::int64_t total =
         static_cast<std::int64_t>(chrono::sys_days(ymd).time_since_epoch().count()) * 86400 +
         hour * 3600 + minute * 60 + second - offsetSeconds;

@@ -11,9 +11,12 @@ bool useAcceleratedCompositing(bool hardwareRendering) { return hardwareRenderin
 bool isSoftwareRenderer(std::string_view rendererName) {
     const std::string name = text::lowercased(text::trim(rendererName));
     if (name.empty()) return true;
-    static constexpr std::array<std::string_view, 6> kSoftware{
-        "llvmpipe", "softpipe", "swrast", "swiftshader", "software rasterizer",
-        "microsoft basic render"};
+    static constexpr std::array<std::string_view, 6> kSoftware{"llvmpipe",
+                                                               "softpipe",
+                                                               "swrast",
+                                                               "swiftshader",
+                                                               "software rasterizer",
+                                                               "microsoft basic render"};
     for (std::string_view marker : kSoftware) {
         if (name.find(marker) != std::string::npos) return true;
     }

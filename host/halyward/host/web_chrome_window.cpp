@@ -11,7 +11,7 @@ Frame windowContentRect(WindowChrome chrome, bool popup) {
 
 WindowOptions windowOptions(WindowChrome chrome, bool popup, std::string title) {
     return WindowOptions{windowContentRect(chrome, popup), chrome == WindowChrome::slim,
-                      std::move(title)};
+                         std::move(title)};
 }
 
 WebChromeWindow::WebChromeWindow(std::unique_ptr<PlatformWindow> platform, WindowChrome chrome)

@@ -3,8 +3,8 @@
 #include "halyward/host/main_menu.hpp"
 #include "halyward/host/typed_address.hpp"
 
-#include <boost/url/parse.hpp>
 #include <uuid/uuid.h>
+#include <boost/url/parse.hpp>
 
 #include <algorithm>
 
