@@ -110,6 +110,13 @@ TEST(app_name, keeps_names_that_make_one_folder_inside_the_apps_folder) {
     // either way names one app and one bundle folder.
     EXPECT_EQ(validatedAppName("Cafe\xCC\x81"), "Caf\xC3\xA9");
     EXPECT_EQ(validatedAppName("\xEF\xAC\x81le"), "\xEF\xAC\x81le") << "compatibility forms stay";
+    // Joiners that shape what is drawn stay: an emoji sequence (technologist: man, ZWJ,
+    // laptop) and the non-joiner of a Persian word.
+    for (const std::string shaped :
+         {"Dev \xF0\x9F\x91\xA8\xE2\x80\x8D\xF0\x9F\x92\xBB",
+          "\xD9\x85\xDB\x8C\xE2\x80\x8C\xD8\xAE\xD9\x88\xD8\xA7\xD9\x87\xD9\x85"}) {
+        EXPECT_EQ(validatedAppName(shaped), shaped);
+    }
     const std::pair<std::string, const char*> refused[] = {
         {"a/b", "holds a “/”"},
         {"..", "starts with “.”"},
@@ -125,6 +132,8 @@ TEST(app_name, keeps_names_that_make_one_folder_inside_the_apps_folder) {
         {"G\xE2\x80\x8Bmail", "invisible formatting character U+200B"},
         {"\xE2\x80\xAEgnp.exe", "invisible formatting character U+202E"},
         {"Mail\xEF\xBB\xBF", "invisible formatting character U+FEFF"},
+        {"G\xE2\x80\x8Dmail", "invisible formatting character U+200D"},
+        {"\xE2\x80\x8C\xD9\x85", "invisible formatting character U+200C"},
     };
     for (const auto& [name, why] : refused) {
         const std::string message = messageOf([&] { validatedAppName(name); });

@@ -137,6 +137,24 @@ bool isFormatCharacter(char32_t c) {
     return utf8proc_category(static_cast<utf8proc_int32_t>(c)) == UTF8PROC_CATEGORY_CF;
 }
 
+bool isShapingJoiner(char32_t before, char32_t joiner, char32_t after) {
+    const auto pictograph = [](char32_t c) {
+        return utf8proc_get_property(static_cast<utf8proc_int32_t>(c))->boundclass ==
+               UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
+    };
+    // Emoji may carry a variation selector or skin tone before the joiner.
+    const auto pictographic = [&](char32_t c) {
+        return pictograph(c) || (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0x1F3FB && c <= 0x1F3FF);
+    };
+    const auto shaped = [](char32_t c) {
+        if (c < 0x80) return false;
+        const utf8proc_category_t category = utf8proc_category(static_cast<utf8proc_int32_t>(c));
+        return isLetter(c) || category == UTF8PROC_CATEGORY_MN || category == UTF8PROC_CATEGORY_MC;
+    };
+    if (joiner == 0x200D && pictographic(before) && pictograph(after)) return true;
+    return (joiner == 0x200C || joiner == 0x200D) && shaped(before) && shaped(after);
+}
+
 bool isControl(char32_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F); }
 
 bool isValidUTF8(std::string_view text) {

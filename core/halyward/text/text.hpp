@@ -45,6 +45,11 @@ bool isNumber(char32_t scalar);
 /// General category Cf: invisible characters that shape or steer text (U+200B zero width
 /// space, U+202E right-to-left override, U+FEFF ...).
 bool isFormatCharacter(char32_t scalar);
+/// Whether a zero width joiner or non-joiner (U+200D, U+200C) between `before` and `after`
+/// does visible work: inside an emoji sequence (a joiner between two pictographs), or
+/// between letters and marks of a script that shapes with them (Persian, the Indic
+/// scripts). Between ASCII characters, or next to nothing, it only hides a difference.
+bool isShapingJoiner(char32_t before, char32_t joiner, char32_t after);
 /// General category Cc: C0 controls, DEL and C1 controls.
 bool isControl(char32_t scalar);
 

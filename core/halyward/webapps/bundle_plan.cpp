@@ -156,13 +156,21 @@ std::string validatedAppName(std::string_view name) {
     // Characters that draw nothing, or turn the text around, make one name look like
     // another ("G\u200Bmail"; a right-to-left override before "gnp.exe" that makes it read
     // "exe.png"), so they are refused rather than dropped: the user learns what was there.
+    // Joiners are the exception where they do visible work: in an emoji sequence, or
+    // between the letters of a script that needs them.
+    char32_t before = 0;
     for (std::size_t pos = 0; pos < trimmed.size();) {
         const text::Scalar scalar = text::decodeAt(trimmed, pos);
-        if (text::isFormatCharacter(scalar.value)) {
-            throw refuse("it holds the invisible formatting character " +
-                         text::codePoint(scalar.value));
-        }
         pos += scalar.length;
+        if (text::isFormatCharacter(scalar.value)) {
+            const char32_t after =
+                pos < trimmed.size() ? text::decodeAt(trimmed, pos).value : char32_t{0};
+            if (!text::isShapingJoiner(before, scalar.value, after)) {
+                throw refuse("it holds the invisible formatting character " +
+                             text::codePoint(scalar.value));
+            }
+        }
+        before = scalar.value;
     }
     if (trimmed.find('/') != std::string_view::npos)
         throw refuse("it holds a " + text::quoted("/"));
