@@ -9,6 +9,7 @@
 #include "halyward/hotkeys/hotkey_chord.hpp"
 #include "halyward/tiling/display.hpp"
 #include "halyward/tiling/frame.hpp"
+#include "halyward/tiling/motion.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -172,7 +173,9 @@ public:
     /// Asks for `frame` as the window's visible frame. The window manager may adjust it (a
     /// terminal's size increments, a minimum size); the front end anchors such a window to
     /// the frame's top-left and never retries. A maximized window is un-maximized first.
-    virtual bool setFrame(WindowId id, const Frame& frame) = 0;
+    /// `order` is the order of the position and size writes where the system makes them
+    /// separately (the Accessibility API); X11 sends both in one request.
+    virtual bool setFrame(WindowId id, const Frame& frame, AxisWrite order) = 0;
     /// Focuses and raises the window (un-hiding it when hidden).
     virtual bool focus(WindowId id) = 0;
     /// Hides every window of the application (minimises on X11).
