@@ -1,0 +1,326 @@
+"""A private X11 desktop for driving a real halyward-app: a temporary home, Xvfb with a
+real window manager, a session bus, test windows from test_window.c, and the halyward
+command line pointed at the same home.
+
+Everything waits on the X server or the app with a deadline; nothing sleeps for a fixed
+time to let the app catch up."""
+
+import math
+import os
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+from pathlib import Path
+
+from harness import SHOTS, Timeout, wait_for
+
+APP = os.environ.get("HALYWARD_APP", "")
+CLI = os.environ.get("HALYWARD_CLI", "")
+TEST_WINDOW = os.environ.get("HALYWARD_TEST_WINDOW", "")
+KEEP = os.environ.get("HALYWARD_E2E_KEEP") == "1"
+WIDTH, HEIGHT = 1280, 1024
+
+
+class AppDesktop:
+    """One X server with one window manager, and the app when started. A context manager."""
+
+    def __init__(self, wm, name):
+        for path, what in ((APP, "HALYWARD_APP"), (CLI, "HALYWARD_CLI"),
+                           (TEST_WINDOW, "HALYWARD_TEST_WINDOW")):
+            if not path or not Path(path).is_file():
+                raise RuntimeError(f"{what} must name the built program")
+        self.wm = wm
+        self.name = name
+        self.root = Path(tempfile.mkdtemp(prefix=f"halyward-app-e2e-{name}-"))
+        self.home = self.root / "home"
+        self.home.mkdir()
+        self.processes = []
+        self.app = None
+        self.app_runs = 0
+        self.env = self._environment()
+        try:
+            self._start_x()
+            self._start_bus()
+            self._start_wm()
+            self._install_entries()
+        except BaseException:
+            self.close()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+    # --- set-up ---------------------------------------------------------------------------
+
+    def _environment(self):
+        runtime = self.root / "run"
+        runtime.mkdir(mode=0o700)
+        return {
+            "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
+            "HOME": str(self.home),
+            "XDG_CONFIG_HOME": str(self.home / ".config"),
+            "XDG_DATA_HOME": str(self.home / ".local/share"),
+            "XDG_CACHE_HOME": str(self.home / ".cache"),
+            "XDG_RUNTIME_DIR": str(runtime),
+            "XDG_DATA_DIRS": "/usr/local/share:/usr/share",
+            "LANG": "C.UTF-8",
+            "GSETTINGS_BACKEND": "memory",
+            "NO_AT_BRIDGE": "1",
+        }
+
+    def spawn(self, argv, **kwargs):
+        kwargs.setdefault("stdout", subprocess.DEVNULL)
+        kwargs.setdefault("stderr", subprocess.DEVNULL)
+        process = subprocess.Popen(argv, env=self.env, start_new_session=True, **kwargs)
+        self.processes.append(process)
+        return process
+
+    def _start_x(self):
+        read, write = os.pipe()
+        self.xvfb = self.spawn(["Xvfb", "-displayfd", str(write), "-screen", "0",
+                                f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset"],
+                               pass_fds=(write,))
+        os.close(write)
+        number = b""
+        with os.fdopen(read, "rb") as pipe:
+            while not number.endswith(b"\n"):
+                chunk = pipe.read(1)
+                if not chunk:
+                    raise RuntimeError("Xvfb did not start")
+                number += chunk
+        self.env["DISPLAY"] = ":" + number.decode().strip()
+
+    def _start_bus(self):
+        daemon = self.spawn(["dbus-daemon", "--session", "--nofork", "--print-address=1"],
+                            stdout=subprocess.PIPE)
+        address = daemon.stdout.readline().decode().strip()
+        if not address:
+            raise RuntimeError("dbus-daemon did not start")
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = address
+
+    def _start_wm(self):
+        argv = {"openbox": ["openbox"],
+                "xfwm4": ["xfwm4", "--compositor=off", "--sm-client-disable"]}[self.wm]
+        self.wm_process = self.spawn(argv)
+
+        def managing():
+            if self.wm_process.poll() is not None:
+                raise RuntimeError(f"{self.wm} stopped")
+            check = self.root_property("_NET_SUPPORTING_WM_CHECK")
+            return "window id" in check and "_NET_CLIENT_LIST" in self.root_property("_NET_SUPPORTED")
+        wait_for(managing, what=f"{self.wm} to manage the screen")
+
+    def _install_entries(self):
+        """Desktop entries for the test windows, so `halyward tile alpha` finds them by name
+        and the app launches them through GIO."""
+        folder = self.home / ".local/share/applications"
+        folder.mkdir(parents=True)
+        for name in ("alpha", "beta", "gamma", "delta"):
+            (folder / f"{name}.desktop").write_text(
+                "[Desktop Entry]\nType=Application\n"
+                f"Name={name.capitalize()}\nExec={TEST_WINDOW} window {name} 400x300+60+60\n"
+                f"StartupWMClass={name.capitalize()}\n")
+
+    # --- the app --------------------------------------------------------------------------
+
+    @property
+    def config_path(self):
+        return self.home / ".config" / "halyward" / "config.toml"
+
+    def write_config(self, text):
+        """Replaces config.toml the way halyward does: a new file renamed over the old."""
+        self.config_path.parent.mkdir(parents=True, exist_ok=True)
+        temporary = self.config_path.parent / ".config.toml.tmp"
+        temporary.write_text(text)
+        os.replace(temporary, self.config_path)
+
+    def start_app(self):
+        self.app_runs += 1
+        self.app_log = self.root / f"app-{self.app_runs}.log"
+        with open(self.app_log, "wb") as log:
+            self.app = self.spawn([APP], stdout=log, stderr=subprocess.STDOUT)
+
+        def answering():
+            if self.app.poll() is not None:
+                raise RuntimeError(f"halyward-app stopped: {self.log()}")
+            return self.cli("ping", "--timeout", "1").returncode == 0
+        wait_for(answering, what="halyward-app to answer ping")
+        return self.app
+
+    def stop_app(self):
+        if self.app is None:
+            return None
+        self.app.send_signal(signal.SIGTERM)
+        status = self.app.wait(10)
+        self.app = None
+        return status
+
+    def log(self):
+        return self.app_log.read_text(errors="replace")
+
+    def cli(self, *arguments, timeout=15):
+        return subprocess.run([CLI, *arguments], env=self.env, capture_output=True, text=True,
+                              timeout=timeout)
+
+    def socket_path(self):
+        return self.home / "Library" / "Application Support" / "Halyward" / "halyward.sock"
+
+    # --- X clients ------------------------------------------------------------------------
+
+    def test_window(self, *arguments):
+        """Starts a test_window client and waits for it to say it is ready."""
+        process = self.spawn([TEST_WINDOW, *arguments], stdout=subprocess.PIPE)
+        line = process.stdout.readline().decode().strip()
+        if line != "ready":
+            process.wait(5)
+            return process
+        return process
+
+    def window(self, name, geometry="400x300+100+100", *flags):
+        """A test window, once the window manager manages it; answers its id."""
+        process = self.test_window("window", name, geometry, *flags)
+        if process.poll() is not None:
+            raise RuntimeError(f"the test window {name} did not start")
+        return self.managed(lambda: self.find(name, process.pid)), process
+
+    def find(self, class_name, pid=None):
+        for wid in self.client_list():
+            props = self.xprop(wid, "WM_CLASS", "_NET_WM_PID")
+            if f'"{class_name}"' not in props:
+                continue
+            if pid is not None and f"= {pid}" not in props:
+                continue
+            return wid
+        return None
+
+    def managed(self, find):
+        """Waits until `find` answers a window that the window manager has framed."""
+        def framed():
+            wid = find()
+            if wid and "=" in self.xprop(wid, "_NET_FRAME_EXTENTS"):
+                return wid
+            return None
+        return wait_for(framed, what="a window to be managed")
+
+    def xterm(self):
+        process = self.spawn(["xterm", "-geometry", "80x24+40+40", "-e", "sleep", "600"])
+        return self.managed(lambda: self.find("xterm")), process
+
+    # --- reading the screen ---------------------------------------------------------------
+
+    def run(self, *argv):
+        return subprocess.run(argv, env=self.env, capture_output=True, text=True, timeout=15).stdout
+
+    def root_property(self, *names):
+        return self.run("xprop", "-root", *names)
+
+    def xprop(self, wid, *names):
+        return self.run("xprop", "-id", str(wid), *names)
+
+    def client_list(self):
+        found = re.search(r"window id # (.*)", self.root_property("_NET_CLIENT_LIST"))
+        return [int(w, 16) for w in found.group(1).split(", ") if w.strip()] if found else []
+
+    def active(self):
+        found = re.search(r"window id # (0x[0-9a-f]+)", self.root_property("_NET_ACTIVE_WINDOW"))
+        return int(found.group(1), 16) if found else 0
+
+    def frame(self, wid):
+        """The visible frame: the client's area on screen plus the window manager's frame."""
+        info = self.run("xwininfo", "-id", str(wid))
+        if "Absolute upper-left X" not in info:
+            return None
+        x = int(re.search(r"Absolute upper-left X:\s+(-?\d+)", info).group(1))
+        y = int(re.search(r"Absolute upper-left Y:\s+(-?\d+)", info).group(1))
+        w = int(re.search(r"Width:\s+(\d+)", info).group(1))
+        h = int(re.search(r"Height:\s+(\d+)", info).group(1))
+        extents = re.search(r"= (\d+), (\d+), (\d+), (\d+)", self.xprop(wid, "_NET_FRAME_EXTENTS"))
+        left, right, top, bottom = (int(v) for v in extents.groups()) if extents else (0, 0, 0, 0)
+        return (x - left, y - top, w + left + right, h + top + bottom)
+
+    def size_increments(self, wid):
+        hints = self.xprop(wid, "WM_NORMAL_HINTS")
+        found = re.search(r"resize increment: (\d+) by (\d+)", hints)
+        return (int(found.group(1)), int(found.group(2))) if found else (1, 1)
+
+    def wait_frame(self, wid, expected, what="the window's frame"):
+        def there():
+            return self.frame(wid) == tuple(expected)
+        try:
+            wait_for(there, timeout=10, what=what)
+        except Timeout:
+            raise AssertionError(f"{what}: {self.frame(wid)} != {tuple(expected)}") from None
+
+    def key(self, *chords):
+        subprocess.run(["xdotool", "key", "--clearmodifiers", *chords], env=self.env, check=True,
+                       timeout=15)
+
+    def visible_windows(self, class_name):
+        return self.run("xdotool", "search", "--onlyvisible", "--classname",
+                        f"^{class_name}$").split()
+
+    def screenshot(self, name):
+        SHOTS.mkdir(parents=True, exist_ok=True)
+        path = SHOTS / f"app-{self.wm}-{name}.png"
+        subprocess.run(["import", "-window", "root", str(path)], env=self.env, check=True,
+                       timeout=30)
+        return path
+
+    def pixel(self, path, x, y):
+        out = subprocess.run(["convert", str(path), "-format", f"%[pixel:p{{{x},{y}}}]", "info:"],
+                             capture_output=True, text=True, timeout=30).stdout
+        return out.strip()
+
+    # --- tear-down ------------------------------------------------------------------------
+
+    def close(self):
+        if self.app is not None and self.app.poll() is None:
+            self.app.send_signal(signal.SIGTERM)
+            try:
+                self.app.wait(5)
+            except subprocess.TimeoutExpired:
+                pass
+        for process in reversed(self.processes):
+            if process.poll() is None:
+                try:
+                    os.killpg(process.pid, signal.SIGTERM)
+                except ProcessLookupError:
+                    pass
+        for process in reversed(self.processes):
+            try:
+                process.wait(5)
+            except subprocess.TimeoutExpired:
+                os.killpg(process.pid, signal.SIGKILL)
+            if process.stdout:
+                process.stdout.close()
+        if not KEEP:
+            shutil.rmtree(self.root, ignore_errors=True)
+
+
+def tile_frame(slot, visible, gap):
+    """frameForTile for the slots the tests use, in whole pixels as the app rounds them."""
+    x, y, w, h = visible
+    if slot == "fill":
+        f = (x + gap, y + gap, w - 2 * gap, h - 2 * gap)
+    elif slot == "left-half":
+        f = (x + gap, y + gap, (w - 3 * gap) / 2, h - 2 * gap)
+    elif slot == "right-half":
+        half = (w - 3 * gap) / 2
+        f = (x + 2 * gap + half, y + gap, half, h - 2 * gap)
+    elif slot == "top-half":
+        f = (x + gap, y + gap, w - 2 * gap, (h - 3 * gap) / 2)
+    elif slot == "bottom-half":
+        half = (h - 3 * gap) / 2
+        f = (x + gap, y + 2 * gap + half, w - 2 * gap, half)
+    else:
+        raise ValueError(slot)
+    # Half-way values round away from zero, as the app's lround does.
+    def whole(value):
+        return math.floor(value + 0.5)
+    left, top = whole(f[0]), whole(f[1])
+    return (left, top, whole(f[0] + f[2]) - left, whole(f[1] + f[3]) - top)
