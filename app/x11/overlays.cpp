@@ -254,6 +254,13 @@ void Overlays::showOutline(const Frame& frame) {
         if (outline_[i].window == 0) outline_[i].window = createWindow(outlinePixel, true);
         place(outline_[i], bars[i][0], bars[i][1], bars[i][2], bars[i][3], 0);
     }
+    // The ring marks a window; the panel and the notice stay above it.
+    for (const Surface* above : {&panel_, &notice_}) {
+        if (!above->shown) continue;
+        const std::uint32_t stack[] = {XCB_STACK_MODE_ABOVE};
+        xcb_configure_window(connection_, above->window, XCB_CONFIG_WINDOW_STACK_MODE, stack);
+    }
+    xcb_flush(connection_);
 }
 
 void Overlays::hideOutline() {

@@ -256,6 +256,45 @@ class AppDesktop:
         except Timeout:
             raise AssertionError(f"{what}: {self.frame(wid)} != {tuple(expected)}") from None
 
+    def activate(self, wid):
+        subprocess.run(["xdotool", "windowactivate", "--sync", str(wid)], env=self.env,
+                       timeout=15, capture_output=True)
+        wait_for(lambda: self.active() == wid, what=f"window {wid:#x} to take the focus")
+
+    def close_window(self, wid):
+        subprocess.run(["xdotool", "windowclose", str(wid)], env=self.env, timeout=15,
+                       capture_output=True)
+
+    def overlays(self):
+        """The app's own windows on screen (class halyward-app), as (x, y, width, height)."""
+        found = []
+        for wid in self.run("xdotool", "search", "--onlyvisible", "--classname",
+                            "^halyward-app$").split():
+            info = self.run("xwininfo", "-id", wid)
+            if "IsViewable" not in info:
+                continue
+            values = [int(re.search(pattern, info).group(1)) for pattern in (
+                r"Absolute upper-left X:\s+(-?\d+)", r"Absolute upper-left Y:\s+(-?\d+)",
+                r"Width:\s+(\d+)", r"Height:\s+(\d+)")]
+            found.append(tuple(values))
+        return found
+
+    def overlay(self, min_width):
+        """The widest of the app's windows at least `min_width` wide and tall, or none."""
+        big = [o for o in self.overlays() if o[2] >= min_width and o[3] >= min(min_width, 40)]
+        return max(big, key=lambda o: o[2] * o[3]) if big else None
+
+    def ring(self):
+        """The frame the focus ring's four bars surround, or none."""
+        bars = [o for o in self.overlays() if min(o[2], o[3]) <= 4]
+        if len(bars) != 4:
+            return None
+        left = min(b[0] for b in bars)
+        top = min(b[1] for b in bars)
+        right = max(b[0] + b[2] for b in bars)
+        bottom = max(b[1] + b[3] for b in bars)
+        return (left, top, right - left, bottom - top)
+
     def key(self, *chords):
         subprocess.run(["xdotool", "key", "--clearmodifiers", *chords], env=self.env, check=True,
                        timeout=15)
