@@ -133,12 +133,21 @@ X11WindowSystem::X11WindowSystem(EventLoop& loop, xcb_connection_t* connection, 
     // told apart from one pressed again.
     Reply xkb(xcb_xkb_use_extension_reply(connection_, xcb_xkb_use_extension(connection_, 1, 0),
                                           nullptr));
-    if (xkb && xkb->supported) {
+    const xcb_query_extension_reply_t* xkbData = xcb_get_extension_data(connection_, &xcb_xkb_id);
+    if (xkb && xkb->supported && xkbData != nullptr && xkbData->present) {
         const std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
         free(xcb_xkb_per_client_flags_reply(
             connection_,
             xcb_xkb_per_client_flags(connection_, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0),
             nullptr));
+        // A client that speaks XKB no longer gets the core MappingNotify; it asks for the
+        // keyboard's own notices of a new map or a new keyboard instead.
+        xkbEventBase_ = xkbData->first_event;
+        const std::uint16_t notices =
+            XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+        xcb_xkb_select_events(connection_, XCB_XKB_ID_USE_CORE_KBD, notices, 0, notices, 0xff, 0xff,
+                              nullptr);
+        xkb_ = true;
     }
 
     const std::uint32_t rootEvents[] = {XCB_EVENT_MASK_PROPERTY_CHANGE |
@@ -228,6 +237,24 @@ void X11WindowSystem::handle(xcb_generic_event_t* event) {
         }
         displays_.reset();
         if (events_ != nullptr) events_->displaysChanged();
+        return;
+    }
+    if (xkb_ && type == xkbEventBase_) {
+        // Every XKB event shares this number; the kind is in the byte after it.
+        const std::uint8_t kind = reinterpret_cast<const std::uint8_t*>(event)[1];
+        if (kind == XCB_XKB_MAP_NOTIFY || kind == XCB_XKB_NEW_KEYBOARD_NOTIFY) {
+            // One change comes as several notices; the keys are read again once.
+            if (!remapPending_) {
+                remapPending_ = true;
+                loop_.post([this] {
+                    remapPending_ = false;
+                    if (lost_) return;
+                    xcb_key_symbols_free(symbols_);
+                    symbols_ = xcb_key_symbols_alloc(connection_);
+                    mappingChanged();
+                });
+            }
+        }
         return;
     }
     switch (type) {
@@ -336,7 +363,15 @@ void X11WindowSystem::handleKeyRelease(const xcb_key_release_event_t& event) {
 void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
     if (event.window == root_) {
         if (event.atom == ewmh_._NET_CLIENT_LIST) {
-            clientListChanged(true);
+            // A burst of new windows changes the list once per window; it is read once,
+            // after the events already queued.
+            if (!clientListPending_) {
+                clientListPending_ = true;
+                loop_.post([this] {
+                    clientListPending_ = false;
+                    if (!lost_) clientListChanged(true);
+                });
+            }
         } else if (event.atom == ewmh_._NET_ACTIVE_WINDOW) {
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
         } else if (event.atom == ewmh_._NET_WORKAREA) {

@@ -106,6 +106,10 @@ private:
     xcb_atom_t wmChangeState_ = XCB_ATOM_NONE;
     std::uint8_t randrEventBase_ = 0;
     bool randr_ = false;
+    std::uint8_t xkbEventBase_ = 0;
+    bool xkb_ = false;
+    bool remapPending_ = false;
+    bool clientListPending_ = false;
     xcb_key_symbols_t* symbols_ = nullptr;
     ModifierMasks masks_;
     WindowSystemEvents* events_ = nullptr;

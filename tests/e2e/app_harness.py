@@ -239,8 +239,15 @@ class AppDesktop:
         y = int(re.search(r"Absolute upper-left Y:\s+(-?\d+)", info).group(1))
         w = int(re.search(r"Width:\s+(\d+)", info).group(1))
         h = int(re.search(r"Height:\s+(\d+)", info).group(1))
-        extents = re.search(r"= (\d+), (\d+), (\d+), (\d+)", self.xprop(wid, "_NET_FRAME_EXTENTS"))
-        left, right, top, bottom = (int(v) for v in extents.groups()) if extents else (0, 0, 0, 0)
+        props = self.xprop(wid, "_NET_FRAME_EXTENTS", "_GTK_FRAME_EXTENTS")
+        def extents(name):
+            found = re.search(name + r"\(CARDINAL\) = (\d+), (\d+), (\d+), (\d+)", props)
+            return [int(v) for v in found.groups()] if found else [0, 0, 0, 0]
+        # Decorations drawn by the window manager are part of what the user sees; a
+        # client's own shadow is not.
+        frame = extents("_NET_FRAME_EXTENTS")
+        shadow = extents("_GTK_FRAME_EXTENTS")
+        left, right, top, bottom = (f - s for f, s in zip(frame, shadow))
         return (x - left, y - top, w + left + right, h + top + bottom)
 
     def size_increments(self, wid):
@@ -248,11 +255,11 @@ class AppDesktop:
         found = re.search(r"resize increment: (\d+) by (\d+)", hints)
         return (int(found.group(1)), int(found.group(2))) if found else (1, 1)
 
-    def wait_frame(self, wid, expected, what="the window's frame"):
+    def wait_frame(self, wid, expected, what="the window's frame", timeout=10):
         def there():
             return self.frame(wid) == tuple(expected)
         try:
-            wait_for(there, timeout=10, what=what)
+            wait_for(there, timeout=timeout, what=what)
         except Timeout:
             raise AssertionError(f"{what}: {self.frame(wid)} != {tuple(expected)}") from None
 

@@ -48,6 +48,30 @@ class Tiling:
                 self.tile("alpha", slot)
                 self.desktop.wait_frame(alpha, tile_frame(slot, SCREEN, 0), slot)
 
+    def test_client_side_shadows_are_not_part_of_the_tile(self):
+        shadowed = self.open("delta", "--csd", "24")
+        self.tile("delta", "right-half")
+        self.desktop.wait_frame(shadowed, tile_frame("right-half", SCREEN, 0), "the shadowed window")
+
+    def test_chords_survive_a_keyboard_mapping_change(self):
+        alpha = self.open("alpha")
+        self.tile("alpha", "left-half")
+        self.desktop.wait_frame(alpha, tile_frame("left-half", SCREEN, 0))
+        # F and G change keys; ctrl+opt+f must follow F to its new key.
+        self.desktop.run("xmodmap", "-e", "keycode 41 = g G", "-e", "keycode 42 = f F")
+        self.addCleanup(self.desktop.run, "xmodmap", "-e", "keycode 41 = f F", "-e",
+                        "keycode 42 = g G")
+        self.desktop.activate(alpha)
+
+        def filled():
+            self.desktop.key("ctrl+alt+f")
+            try:
+                self.desktop.wait_frame(alpha, SCREEN, "fill", timeout=2)
+                return True
+            except AssertionError:
+                return False
+        wait_for(filled, timeout=30, what="ctrl+opt+f on its new key to fill")
+
     def test_a_terminal_lands_anchored_within_one_cell(self):
         term, _ = self.desktop.xterm()
         self.addCleanup(lambda: subprocess.run(["xdotool", "windowkill", str(term)],
@@ -245,6 +269,17 @@ class Openbox(Tiling, unittest.TestCase):
 
 class Xfwm4(Tiling, unittest.TestCase):
     WM = "xfwm4"
+
+    # Under xfwm4 only: openbox alone needs half a minute to manage 500 windows.
+    def test_five_hundred_windows(self):
+        many = self.desktop.test_window("many", "500")
+        self.addCleanup(self.close, many)
+        wait_for(lambda: len(self.desktop.client_list()) >= 500, timeout=60,
+                 what="the window manager to manage 500 windows")
+        alpha = self.open("alpha")
+        self.tile("alpha", "left-half")
+        self.desktop.wait_frame(alpha, tile_frame("left-half", SCREEN, 0))
+        self.assertEqual(self.desktop.cli("ping").returncode, 0)
 
 
 class Lifecycle(unittest.TestCase):

@@ -1,7 +1,11 @@
 /* X clients for the running app's end-to-end tests, one per mode:
- *   test_window window NAME WxH+X+Y [--inc WxH] [--min WxH] [--maximized]
+ *   test_window window NAME WxH+X+Y [--inc WxH] [--min WxH] [--maximized] [--csd N]
  *       a plain application window: WM_CLASS (NAME, Name), takes the focus, _NET_WM_PID,
- *       optional size increments or minimum size, closes on WM_DELETE_WINDOW
+ *       optional size increments or minimum size, closes on WM_DELETE_WINDOW; --csd N draws
+ *       its own frame with an N-pixel shadow, as toolkits with client-side decorations do
+ *       (no server-side decorations, _GTK_FRAME_EXTENTS N on every side)
+ *   test_window many COUNT
+ *       COUNT small application windows from one client
  *   test_window dock top|bottom|left|right SIZE
  *       a dock reserving SIZE pixels along one edge of the screen with a partial strut
  *   test_window grab KEY MODIFIERS
@@ -28,11 +32,13 @@ static Atom atom(Display* d, const char* name) { return XInternAtom(d, name, Fal
 static int window(Display* d, int argc, char** argv) {
     const char* name = argv[2];
     int w = 400, h = 300, x = 100, y = 100, incW = 0, incH = 0, minW = 0, minH = 0, max = 0;
+    long csd = 0;
     sscanf(argv[3], "%dx%d+%d+%d", &w, &h, &x, &y);
     for (int i = 4; i < argc; ++i) {
         if (!strcmp(argv[i], "--inc") && i + 1 < argc) sscanf(argv[++i], "%dx%d", &incW, &incH);
         else if (!strcmp(argv[i], "--min") && i + 1 < argc) sscanf(argv[++i], "%dx%d", &minW, &minH);
         else if (!strcmp(argv[i], "--maximized")) max = 1;
+        else if (!strcmp(argv[i], "--csd") && i + 1 < argc) csd = atol(argv[++i]);
     }
     Window win = XCreateSimpleWindow(d, DefaultRootWindow(d), x, y, w, h, 0, 0, 0xd0d8e0);
     char klass[64];
@@ -62,6 +68,14 @@ static int window(Display* d, int argc, char** argv) {
         Atom states[] = {atom(d, "_NET_WM_STATE_MAXIMIZED_VERT"), atom(d, "_NET_WM_STATE_MAXIMIZED_HORZ")};
         XChangeProperty(d, win, atom(d, "_NET_WM_STATE"), XA_ATOM, 32, PropModeReplace,
                         (unsigned char*)states, 2);
+    }
+    if (csd > 0) {
+        long extents[4] = {csd, csd, csd, csd};
+        XChangeProperty(d, win, atom(d, "_GTK_FRAME_EXTENTS"), XA_CARDINAL, 32, PropModeReplace,
+                        (unsigned char*)extents, 4);
+        long motif[5] = {2, 0, 0, 0, 0}; /* decorations: none */
+        Atom motifAtom = atom(d, "_MOTIF_WM_HINTS");
+        XChangeProperty(d, win, motifAtom, motifAtom, 32, PropModeReplace, (unsigned char*)motif, 5);
     }
     Atom del = atom(d, "WM_DELETE_WINDOW");
     XSetWMProtocols(d, win, &del, 1);
@@ -105,6 +119,24 @@ static int dock(Display* d, const char* edge, int extent) {
     return 0;
 }
 
+static int many(Display* d, int count) {
+    for (int i = 0; i < count; ++i) {
+        Window win = XCreateSimpleWindow(d, DefaultRootWindow(d), 10 + i % 50 * 20, 10 + i / 50 * 20,
+                                         120, 80, 0, 0, 0xa0a8b0);
+        XClassHint cls = {"many", "Many"};
+        XSetClassHint(d, win, &cls);
+        XMapWindow(d, win);
+    }
+    XSync(d, False);
+    printf("ready\n");
+    fflush(stdout);
+    for (;;) {
+        XEvent e;
+        XNextEvent(d, &e);
+    }
+    return 0;
+}
+
 static int grab(Display* d, const char* key, const char* modifiers) {
     unsigned int mods = 0;
     if (strstr(modifiers, "ctrl")) mods |= ControlMask;
@@ -130,6 +162,7 @@ int main(int argc, char** argv) {
     if (!d || argc < 3) return 2;
     if (!strcmp(argv[1], "window") && argc >= 4) return window(d, argc, argv);
     if (!strcmp(argv[1], "dock") && argc >= 4) return dock(d, argv[2], atoi(argv[3]));
+    if (!strcmp(argv[1], "many")) return many(d, atoi(argv[2]));
     if (!strcmp(argv[1], "grab") && argc >= 4) return grab(d, argv[2], argv[3]);
     return 2;
 }
