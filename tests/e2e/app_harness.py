@@ -198,14 +198,14 @@ class AppDesktop:
             return wid
         return None
 
-    def managed(self, find):
+    def managed(self, find, timeout=30):
         """Waits until `find` answers a window that the window manager has framed."""
         def framed():
             wid = find()
             if wid and "=" in self.xprop(wid, "_NET_FRAME_EXTENTS"):
                 return wid
             return None
-        return wait_for(framed, what="a window to be managed")
+        return wait_for(framed, timeout=timeout, what="a window to be managed")
 
     def xterm(self):
         process = self.spawn(["xterm", "-geometry", "80x24+40+40", "-e", "sleep", "600"])

@@ -48,6 +48,36 @@ class Tiling:
                 self.tile("alpha", slot)
                 self.desktop.wait_frame(alpha, tile_frame(slot, SCREEN, 0), slot)
 
+    def test_an_animated_move_ends_exactly_on_the_tile_even_when_a_window_vanishes(self):
+        alpha = self.open("alpha")
+        beta, beta_process = self.desktop.window("beta", "300x200+600+500")
+        self.configure("animate_tiles = true")
+        # A window that closes halfway through its move does not stop the app.
+        def animating():
+            self.tile("beta", "fill")
+            self.tile("alpha", "right-half")
+            return self.desktop.frame(alpha) == tile_frame("right-half", SCREEN, 0)
+        wait_for(animating, timeout=10, what="the animation to end on the right half")
+        self.tile("beta", "left-half")
+        self.close(beta_process)
+        self.tile("alpha", "bottom-half")
+        self.desktop.wait_frame(alpha, tile_frame("bottom-half", SCREEN, 0), "the animated move")
+        self.assertEqual(self.desktop.cli("ping").returncode, 0)
+
+    def test_the_leader_key_then_a_letter(self):
+        alpha = self.open("alpha")
+        self.configure('leader_key = "caps"', '[hotkeys]\n"leader+g" = "gamma"')
+        self.desktop.activate(alpha)
+
+        def launched():
+            self.desktop.key("Caps_Lock", "g")
+            try:
+                return self.desktop.managed(lambda: self.desktop.find("gamma"), timeout=5)
+            except Timeout:
+                return None
+        gamma = wait_for(launched, timeout=40, what="caps then g to launch gamma")
+        self.addCleanup(self.desktop.close_window, gamma)
+
     def test_client_side_shadows_are_not_part_of_the_tile(self):
         shadowed = self.open("delta", "--csd", "24")
         self.tile("delta", "right-half")
