@@ -21,12 +21,37 @@ CLI = os.environ.get("HALYWARD_CLI", "")
 TEST_WINDOW = os.environ.get("HALYWARD_TEST_WINDOW", "")
 KEEP = os.environ.get("HALYWARD_E2E_KEEP") == "1"
 WIDTH, HEIGHT = 1280, 1024
+XORG_CONF = """Section "ServerFlags"
+  Option "AutoAddDevices" "false"
+  Option "AutoAddGPU" "false"
+EndSection
+Section "Device"
+  Identifier "dummy"
+  Driver "dummy"
+  VideoRam 256000
+EndSection
+Section "Monitor"
+  Identifier "monitor"
+  HorizSync 5.0-1000.0
+  VertRefresh 5.0-200.0
+EndSection
+Section "Screen"
+  Identifier "screen"
+  Device "dummy"
+  Monitor "monitor"
+  DefaultDepth 24
+  SubSection "Display"
+    Depth 24
+    Virtual 4096 2048
+  EndSubSection
+EndSection
+"""
 
 
 class AppDesktop:
     """One X server with one window manager, and the app when started. A context manager."""
 
-    def __init__(self, wm, name):
+    def __init__(self, wm, name, displays=None):
         for path, what in ((APP, "HALYWARD_APP"), (CLI, "HALYWARD_CLI"),
                            (TEST_WINDOW, "HALYWARD_TEST_WINDOW")):
             if not path or not Path(path).is_file():
@@ -41,7 +66,10 @@ class AppDesktop:
         self.app_runs = 0
         self.env = self._environment()
         try:
-            self._start_x()
+            if displays:
+                self._start_xorg(displays)
+            else:
+                self._start_x()
             self._start_bus()
             self._start_wm()
             self._install_entries()
@@ -86,14 +114,37 @@ class AppDesktop:
                                 f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset"],
                                pass_fds=(write,))
         os.close(write)
+        self.env["DISPLAY"] = ":" + self._read_display(read)
+
+    def _start_xorg(self, displays):
+        """Xorg with the dummy video driver: unlike Xvfb it has one RandR output per
+        monitor, so `displays` ((width, height, x, y), primary first) become real monitors."""
+        config = self.root / "xorg.conf"
+        config.write_text(XORG_CONF)
+        read, write = os.pipe()
+        self.xvfb = self.spawn(["Xorg", "-displayfd", str(write), "-config", str(config),
+                                "-logfile", str(self.root / "xorg.log"), "-noreset",
+                                "-nolisten", "tcp", "-novtswitch", "-sharevts"],
+                               pass_fds=(write,))
+        os.close(write)
+        self.env["DISPLAY"] = ":" + self._read_display(read)
+        for index, (w, h, x, y) in enumerate(displays):
+            output = f"DUMMY{index}"
+            self.run("xrandr", "--addmode", output, f"{w}x{h}")
+            self.run("xrandr", "--output", output, "--mode", f"{w}x{h}", "--pos", f"{x}x{y}",
+                     *(["--primary"] if index == 0 else []))
+        wait_for(lambda: self.run("xrandr", "--listmonitors").startswith(f"Monitors: {len(displays)}"),
+                 what="the monitors")
+
+    def _read_display(self, read):
         number = b""
         with os.fdopen(read, "rb") as pipe:
             while not number.endswith(b"\n"):
                 chunk = pipe.read(1)
                 if not chunk:
-                    raise RuntimeError("Xvfb did not start")
+                    raise RuntimeError("the X server did not start")
                 number += chunk
-        self.env["DISPLAY"] = ":" + number.decode().strip()
+        return number.decode().strip()
 
     def _start_bus(self):
         daemon = self.spawn(["dbus-daemon", "--session", "--nofork", "--print-address=1"],

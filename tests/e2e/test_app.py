@@ -312,6 +312,76 @@ class Xfwm4(Tiling, unittest.TestCase):
         self.assertEqual(self.desktop.cli("ping").returncode, 0)
 
 
+class TwoDisplays(unittest.TestCase):
+    """Two RandR monitors of different sizes, side by side, under openbox."""
+
+    PRIMARY = (0, 0, 1280, 1024)
+    SECOND = (1280, 0, 1024, 768)
+
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = AppDesktop("openbox", "two", displays=[(1280, 1024, 0, 0),
+                                                            (1024, 768, 1280, 0)])
+        cls.desktop.write_config("[general]\nanimate_tiles = false\n")
+        cls.desktop.start_app()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.desktop.close()
+
+    def setUp(self):
+        self.alpha, process = self.desktop.window("alpha")
+        self.addCleanup(lambda: (process.terminate(), process.wait(5)))
+
+    def tile(self, *arguments):
+        result = self.desktop.cli("tile", *arguments)
+        self.assertEqual(result.returncode, 0, result.stderr)
+
+    def test_tile_on_a_chosen_display_and_moves_between_displays(self):
+        self.tile("alpha", "left-half", "--display", "2")
+        self.desktop.wait_frame(self.alpha, tile_frame("left-half", self.SECOND, 0), "--display 2")
+        self.tile("alpha", "right-half", "--display", "1")
+        self.desktop.wait_frame(self.alpha, tile_frame("right-half", self.PRIMARY, 0), "--display 1")
+        self.desktop.activate(self.alpha)
+        # A tiled window keeps its tile on the next display, and wraps around.
+        self.desktop.key("ctrl+alt+bracketright")
+        self.desktop.wait_frame(self.alpha, tile_frame("right-half", self.SECOND, 0), "]")
+        self.desktop.key("ctrl+alt+bracketright")
+        self.desktop.wait_frame(self.alpha, tile_frame("right-half", self.PRIMARY, 0), "] wraps")
+        self.desktop.key("ctrl+alt+bracketleft")
+        self.desktop.wait_frame(self.alpha, tile_frame("right-half", self.SECOND, 0), "[ wraps")
+
+    def test_struts_count_from_the_edge_of_the_whole_screen(self):
+        # A 40-pixel bottom strut under the second display's span lies below that display
+        # (it is 768 high on a 1024-high screen): neither display loses room. A top strut
+        # over the second display's span takes 30 pixels from it alone.
+        bottom = self.desktop.test_window("dock", "bottom", "40", "1280", "2303")
+        self.addCleanup(lambda: (bottom.terminate(), bottom.wait(5)))
+        top = self.desktop.test_window("dock", "top", "30", "1280", "2303")
+        self.addCleanup(lambda: (top.terminate(), top.wait(5)))
+        x, y, w, h = self.SECOND
+        want = tile_frame("fill", (x, y + 30, w, h - 30), 0)
+
+        def below_the_top_dock():
+            self.tile("alpha", "fill", "--display", "2")
+            return self.desktop.frame(self.alpha) == want
+        wait_for(below_the_top_dock, timeout=10, what=f"a fill of display 2 at {want}")
+        self.tile("alpha", "fill", "--display", "1")
+        self.desktop.wait_frame(self.alpha, self.PRIMARY, "display 1 untouched")
+
+    def test_a_monitor_changing_size_is_followed(self):
+        self.desktop.run("xrandr", "--addmode", "DUMMY1", "800x600")
+        self.desktop.run("xrandr", "--output", "DUMMY1", "--mode", "800x600", "--pos", "1280x0")
+        self.addCleanup(self.desktop.run, "xrandr", "--output", "DUMMY1", "--mode", "1024x768",
+                        "--pos", "1280x0")
+        want = (1280, 0, 800, 600)
+
+        def resized():
+            self.tile("alpha", "fill", "--display", "2")
+            return self.desktop.frame(self.alpha) == want
+        wait_for(resized, timeout=10, what="the app to see the smaller monitor")
+
+
 class Lifecycle(unittest.TestCase):
     """Starting, refusing a second start, chords held elsewhere, and stopping."""
 

@@ -6,8 +6,9 @@
  *       (no server-side decorations, _GTK_FRAME_EXTENTS N on every side)
  *   test_window many COUNT
  *       COUNT small application windows from one client
- *   test_window dock top|bottom|left|right SIZE
- *       a dock reserving SIZE pixels along one edge of the screen with a partial strut
+ *   test_window dock top|bottom|left|right SIZE [START END]
+ *       a dock reserving SIZE pixels along one edge of the screen with a partial strut,
+ *       over the whole edge or the pixels START to END along it
  *   test_window grab KEY MODIFIERS
  *       holds a passive grab of KEY (a keysym name) with MODIFIERS ("ctrl+alt") on the root
  *       window; prints "held" and waits, or exits 1 when another client holds it
@@ -92,14 +93,16 @@ static int window(Display* d, int argc, char** argv) {
     }
 }
 
-static int dock(Display* d, const char* edge, int extent) {
+static int dock(Display* d, const char* edge, int extent, int start, int end) {
     const int sw = DisplayWidth(d, DefaultScreen(d)), sh = DisplayHeight(d, DefaultScreen(d));
+    const int horizontal = !strcmp(edge, "top") || !strcmp(edge, "bottom");
+    if (end <= start) end = (horizontal ? sw : sh) - 1;
     long strut[12] = {0};
-    int x = 0, y = 0, w = sw, h = extent;
-    if (!strcmp(edge, "top")) { strut[2] = extent; strut[9] = sw - 1; }
-    else if (!strcmp(edge, "bottom")) { strut[3] = extent; strut[11] = sw - 1; y = sh - extent; }
-    else if (!strcmp(edge, "left")) { strut[0] = extent; strut[5] = sh - 1; w = extent; h = sh; }
-    else { strut[1] = extent; strut[7] = sh - 1; x = sw - extent; w = extent; h = sh; }
+    int x = start, y = 0, w = end - start + 1, h = extent;
+    if (!strcmp(edge, "top")) { strut[2] = extent; strut[8] = start; strut[9] = end; }
+    else if (!strcmp(edge, "bottom")) { strut[3] = extent; strut[10] = start; strut[11] = end; y = sh - extent; }
+    else if (!strcmp(edge, "left")) { strut[0] = extent; strut[4] = start; strut[5] = end; x = 0; y = start; w = extent; h = end - start + 1; }
+    else { strut[1] = extent; strut[6] = start; strut[7] = end; x = sw - extent; y = start; w = extent; h = end - start + 1; }
     Window win = XCreateSimpleWindow(d, DefaultRootWindow(d), x, y, w, h, 0, 0, 0x303030);
     Atom type = atom(d, "_NET_WM_WINDOW_TYPE_DOCK");
     XChangeProperty(d, win, atom(d, "_NET_WM_WINDOW_TYPE"), XA_ATOM, 32, PropModeReplace,
@@ -161,7 +164,8 @@ int main(int argc, char** argv) {
     Display* d = XOpenDisplay(NULL);
     if (!d || argc < 3) return 2;
     if (!strcmp(argv[1], "window") && argc >= 4) return window(d, argc, argv);
-    if (!strcmp(argv[1], "dock") && argc >= 4) return dock(d, argv[2], atoi(argv[3]));
+    if (!strcmp(argv[1], "dock") && argc >= 4)
+        return dock(d, argv[2], atoi(argv[3]), argc > 5 ? atoi(argv[4]) : 0, argc > 5 ? atoi(argv[5]) : 0);
     if (!strcmp(argv[1], "many")) return many(d, atoi(argv[2]));
     if (!strcmp(argv[1], "grab") && argc >= 4) return grab(d, argv[2], argv[3]);
     return 2;
