@@ -367,12 +367,12 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
             // after the events already queued.
             if (!clientListPending_) {
                 clientListPending_ = true;
-                loop_.post([this] {
-                    clientListPending_ = false;
-                    if (!lost_) clientListChanged(true);
-                });
+                loop_.post([this] { syncClientList(); });
             }
         } else if (event.atom == ewmh_._NET_ACTIVE_WINDOW) {
+            // A window that has just appeared is often focused at once: it is made known
+            // before the focus moves to it.
+            syncClientList();
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
         } else if (event.atom == ewmh_._NET_WORKAREA) {
             displays_.reset();
@@ -393,11 +393,19 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
     }
 }
 
+void X11WindowSystem::syncClientList() {
+    if (!clientListPending_ || lost_) return;
+    clientListPending_ = false;
+    clientListChanged(true);
+}
+
 void X11WindowSystem::clientListChanged(bool report) {
     const std::vector<xcb_window_t> now = clientList(ewmh_._NET_CLIENT_LIST);
+    // New against the list last read, not against what is described already: a window
+    // that `windows` described first still has to be announced.
     std::vector<xcb_window_t> added;
     for (xcb_window_t id : now) {
-        if (!tracked_.contains(id)) added.push_back(id);
+        if (std::find(clients_.begin(), clients_.end(), id) == clients_.end()) added.push_back(id);
     }
     std::vector<xcb_window_t> removed;
     for (xcb_window_t id : clients_) {
@@ -661,6 +669,9 @@ std::optional<WindowId> X11WindowSystem::focusedWindow() {
         active == 0) {
         return std::nullopt;
     }
+    // A window focused as it appears may not be described yet; it is, quietly (its
+    // appearance is announced when the client list is read).
+    if (!tracked_.contains(active)) describe({active}, false);
     auto found = tracked_.find(active);
     if (found == tracked_.end() || !found->second.userWindow) return std::nullopt;
     return active;

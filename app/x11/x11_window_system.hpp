@@ -84,6 +84,8 @@ private:
     void handleProperty(const xcb_property_notify_event_t& event);
     void mappingChanged();
     void clientListChanged(bool report);
+    /// Reads the client list now when a change of it is still waiting to be read.
+    void syncClientList();
     void connectionLost();
 
     void ungrabAll();

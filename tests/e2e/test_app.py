@@ -124,6 +124,180 @@ class Tiling:
                 wait_for(anchored, timeout=10,
                          what=f"{word} anchored at {want}, got {self.desktop.frame(wid)}")
 
+    def test_a_dock_with_a_strut_shrinks_the_visible_frame(self):
+        alpha = self.open("alpha")
+        dock = self.desktop.test_window("dock", "top", "40")
+        self.addCleanup(self.close, dock)
+        # The app learns of the dock from the window manager's client list; the tile is
+        # asked again until it lands below the dock.
+        want = tile_frame("fill", (0, 40, WIDTH, HEIGHT - 40), 0)
+
+        def below_dock():
+            self.tile("alpha", "fill")
+            return self.desktop.frame(alpha) == want
+        wait_for(below_dock, timeout=10, what=f"a fill below the dock at {want}")
+
+    def test_chords_and_tile_mode(self):
+        alpha = self.open("alpha")
+        beta = self.open("beta", geometry="400x300+700+100")
+        self.tile("alpha", "left-half")
+        self.tile("beta", "right-half")
+        left, right = tile_frame("left-half", SCREEN, 0), tile_frame("right-half", SCREEN, 0)
+        self.desktop.wait_frame(alpha, left)
+        self.desktop.wait_frame(beta, right)
+        self.desktop.activate(alpha)
+
+        # A global chord: fill, then a layout puts the two windows back in halves.
+        self.desktop.key("ctrl+alt+f")
+        self.desktop.wait_frame(alpha, SCREEN, "ctrl+opt+f fills")
+        self.desktop.key("ctrl+alt+1")
+        wait_for(lambda: {self.desktop.frame(alpha), self.desktop.frame(beta)} == {left, right},
+                 timeout=10, what="layout 1 to give the two halves")
+        self.tile("alpha", "left-half")
+        self.tile("beta", "right-half")
+        self.desktop.wait_frame(alpha, left)
+        self.desktop.wait_frame(beta, right)
+        self.desktop.activate(alpha)
+
+        # Tile mode: the panel and the focus ring show; bare keys act.
+        self.desktop.key("ctrl+alt+space")
+        panel = wait_for(lambda: self.desktop.overlay(min_width=200), what="the tile-mode panel")
+        px, py, pw, ph = panel
+        self.assertAlmostEqual(px + pw / 2, WIDTH / 2, delta=1)
+        self.assertAlmostEqual(py + ph / 2, HEIGHT / 2, delta=1)
+        wait_for(lambda: self.desktop.ring() == left, what="the focus ring around alpha")
+        shot = self.desktop.screenshot("tile-mode")
+        self.assertEqual(self.desktop.pixel(shot, px + 6, py + ph // 2), "srgb(29,31,36)")
+        self.assertEqual(self.desktop.pixel(shot, left[0] + 1, left[1] + 100), "srgb(76,141,255)")
+
+        self.desktop.key("l")
+        wait_for(lambda: self.desktop.active() == beta, what="l to focus the right window")
+        wait_for(lambda: self.desktop.ring() == right, what="the ring to follow the focus")
+        self.desktop.key("h")
+        wait_for(lambda: self.desktop.active() == alpha, what="h to focus the left window")
+        self.desktop.key("shift+l")
+        wait_for(lambda: self.desktop.frame(alpha) == right, timeout=10,
+                 what="shift+l to move the window right")
+        self.desktop.key("2")
+        wait_for(lambda: self.desktop.frame(alpha)[2] < WIDTH / 2 - 1, timeout=10,
+                 what="layout 2 (thirds) to narrow the focused window")
+        self.desktop.key("Escape")
+        wait_for(lambda: self.desktop.overlay(min_width=0) is None, what="tile mode to end")
+        # The keyboard is ours no more: a bare key reaches the focused window again.
+        self.desktop.key("l")
+        self.assertIsNone(self.desktop.overlay(min_width=0))
+
+    def test_only_one_display_shows_a_notice(self):
+        alpha = self.open("alpha")
+        self.desktop.activate(alpha)
+        self.desktop.key("ctrl+alt+bracketright")
+        notice = wait_for(lambda: self.desktop.overlay(min_width=50), what="the notice")
+        shot = self.desktop.screenshot("notice")
+        self.assertEqual(self.desktop.pixel(shot, notice[0] + 4, notice[1] + notice[3] // 2),
+                         "srgb(29,31,36)")
+        wait_for(lambda: self.desktop.overlay(min_width=0) is None, what="the notice to go")
+
+    def test_an_app_hotkey_launches_focuses_cycles_and_hides(self):
+        alpha = self.open("alpha")
+        self.configure('hide_on_repeat = true', '[hotkeys]\n"ctrl+opt+b" = "beta"')
+        self.desktop.activate(alpha)
+        self.desktop.key("ctrl+alt+b")
+        first = self.desktop.managed(lambda: self.desktop.find("beta"))
+        self.addCleanup(self.desktop.close_window, first)
+        wait_for(lambda: self.desktop.active() == first, what="the launched window to take the focus")
+
+        second = self.open("beta", geometry="300x200+500+500")
+        self.desktop.activate(alpha)
+        self.desktop.key("ctrl+alt+b")
+        wait_for(lambda: self.desktop.active() in (first, second), what="the hotkey to focus beta")
+        focused = self.desktop.active()
+        self.desktop.key("ctrl+alt+b")
+        other = second if focused == first else first
+        wait_for(lambda: self.desktop.active() == other, what="the hotkey to cycle beta's windows")
+
+        self.desktop.close_window(second)
+        wait_for(lambda: self.desktop.find("beta") == first and second not in self.desktop.client_list(),
+                 what="the second beta window to close")
+        self.desktop.activate(first)
+        self.desktop.key("ctrl+alt+b")
+        wait_for(lambda: "_NET_WM_STATE_HIDDEN" in self.desktop.xprop(first, "_NET_WM_STATE"),
+                 what="the hotkey to hide beta")
+
+    def test_a_rule_tiles_a_window_when_it_maps(self):
+        result = self.desktop.cli("rule", "add", "gamma", "--tile", "bottom-half")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.addCleanup(self.desktop.cli, "rule", "remove", "gamma", "--yes")
+        # The app reads the rule from the saved file; a gamma window opened after that is
+        # tiled as it appears.
+        wait_for(lambda: "gamma" in self.desktop.config_path.read_text(), what="the rule saved")
+        want = tile_frame("bottom-half", SCREEN, 0)
+
+        def tiled():
+            gamma, process = self.desktop.window("gamma", "300x200+50+50")
+            try:
+                wait_for(lambda: self.desktop.frame(gamma) == want, timeout=3, what="the rule")
+                self.addCleanup(self.close, process)
+                return True
+            except Timeout:
+                self.close(process)
+                return False
+        wait_for(tiled, timeout=20, what=f"a new gamma window at {want}")
+
+    def test_a_saved_layout_restores_the_frames(self):
+        alpha = self.open("alpha")
+        beta = self.open("beta", geometry="300x300+600+300")
+        self.tile("alpha", "top-half")
+        self.tile("beta", "bottom-half")
+        top, bottom = tile_frame("top-half", SCREEN, 0), tile_frame("bottom-half", SCREEN, 0)
+        self.desktop.wait_frame(alpha, top)
+        self.desktop.wait_frame(beta, bottom)
+        saved = self.desktop.cli("layout", "save", "stacked")
+        self.assertEqual(saved.returncode, 0, saved.stderr)
+        self.assertIn("[layouts.stacked]", self.desktop.config_path.read_text())
+        self.tile("alpha", "right-half")
+        self.tile("beta", "left-half")
+        self.desktop.wait_frame(alpha, tile_frame("right-half", SCREEN, 0))
+        applied = self.desktop.cli("layout", "apply", "stacked")
+        self.assertEqual(applied.returncode, 0, applied.stderr)
+        self.desktop.wait_frame(alpha, top, "alpha back on top")
+        self.desktop.wait_frame(beta, bottom, "beta back below")
+
+    def test_a_chord_changed_in_the_file_works_without_a_restart(self):
+        alpha = self.open("alpha")
+        self.tile("alpha", "left-half")
+        self.configure('[tile_hotkeys]\nfill = "ctrl+opt+g"')
+        # The old chord is released: another client can take it now.
+        def old_chord_free():
+            holder = self.desktop.test_window("grab", "f", "ctrl+alt")
+            free = holder.poll() is None
+            self.close(holder)
+            return free
+        wait_for(old_chord_free, what="ctrl+opt+f to be released")
+        self.desktop.activate(alpha)
+        self.desktop.key("ctrl+alt+g")
+        self.desktop.wait_frame(alpha, SCREEN, "the new chord to fill")
+
+    def test_tile_gap_and_a_maximized_window(self):
+        alpha = self.open("alpha", "--maximized")
+        self.configure("tile_gap = 12")
+        want = tile_frame("left-half", SCREEN, 12)
+
+        def gapped():
+            self.tile("alpha", "left-half")
+            return self.desktop.frame(alpha) == want
+        wait_for(gapped, timeout=10, what=f"left-half with a 12-point gap at {want}")
+        self.assertNotIn("MAXIMIZED", self.desktop.xprop(alpha, "_NET_WM_STATE"))
+
+    def configure(self, *lines):
+        """Saves a configuration with these lines and animation off; restores it after."""
+        general = [line for line in lines if not line.startswith("[")]
+        tables = [line for line in lines if line.startswith("[")]
+        text = "[general]\nanimate_tiles = false\n" + "".join(l + "\n" for l in general)
+        text += "".join(t + "\n" for t in tables)
+        self.desktop.write_config(text)
+        self.addCleanup(self.desktop.write_config, "[general]\nanimate_tiles = false\n")
+
+
 class Openbox(Tiling, unittest.TestCase):
     WM = "openbox"
 
