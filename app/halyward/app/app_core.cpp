@@ -90,6 +90,7 @@ void AppCore::Impl::stop() {
     if (leaderWaiting) endLeader();
     system.grabChords({});
     system.watchLeaderKey(std::nullopt);
+    leaderWatched = false;
     system.hideTilePanel();
     system.hideFocusOutline();
 }
@@ -119,13 +120,16 @@ void AppCore::Impl::applyConfiguration() {
         say("The leader key setting is not a key: " + error.message);
     }
     // Caps Lock is only taken over when some chord needs it.
+    leaderWatched = false;
     if (bindings.byLeaderKey.empty()) {
         system.watchLeaderKey(std::nullopt);
     } else if (!leader) {
         say("Chords with leader+ need leader_key = \"caps\" in [general]; until then they do "
             "nothing.");
         system.watchLeaderKey(std::nullopt);
-    } else if (!system.watchLeaderKey(leader)) {
+    } else if (system.watchLeaderKey(leader)) {
+        leaderWatched = true;
+    } else {
         say("Halyward cannot watch " + text::quoted(leader->canonical()) +
             " as the leader key here, so chords with leader+ do nothing.");
     }
@@ -240,7 +244,7 @@ void AppCore::Impl::tileModeKey(const KeyPress& press) {
 }
 
 void AppCore::Impl::startLeader() {
-    if (tileMode || leaderWaiting || bindings.byLeaderKey.empty()) return;
+    if (tileMode || leaderWaiting || !leaderWatched) return;
     if (!system.grabKeyboard()) return;
     leaderWaiting = true;
     leaderTimer.start(leaderWindow, [this] { endLeader(); });
