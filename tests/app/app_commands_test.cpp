@@ -250,3 +250,17 @@ TEST_F(AppCommandsTest, large_desktops_and_configurations_still_work) {
     core->windowAppeared(fresh);
     EXPECT_EQ(frameOf(9999), tile(TileSlot::leftHalf));
 }
+
+TEST_F(AppCommandsTest, without_a_configuration_file_only_layout_save_writes_one) {
+    start();
+    std::filesystem::remove(configPath());
+    core->configurationChanged();
+    EXPECT_EQ(run({"tile", "org.example.terminal", "left-half"}).exitCode, ExitCode::ok);
+    EXPECT_EQ(run({"layout", "apply", "work"}).exitCode, ExitCode::notFound);
+    EXPECT_EQ(run({"apply"}).exitCode, ExitCode::ok);
+    EXPECT_FALSE(std::filesystem::exists(configPath()));
+    system.advance(1);  // the defaults animate
+    EXPECT_EQ(run({"layout", "save", "work"}).exitCode, ExitCode::ok);
+    EXPECT_EQ(ConfigFile::load(configPath()).decode().layouts,
+              (std::vector<Layout>{{"work", {{"org.example.terminal", "left-half"}}}}));
+}
