@@ -97,7 +97,7 @@ void AppCore::Impl::stop() {
 
 detail::ConfigFollower::Reload AppCore::Impl::reload(bool force) {
     detail::ConfigFollower::Reload result = config.reload();
-    if (started && (result.changed || force)) applyConfiguration();
+    if (started && !result.error && (result.changed || force)) applyConfiguration();
     return result;
 }
 
