@@ -118,6 +118,8 @@ TEST_F(AppKeysTest, tile_mode_shows_the_panel_and_outline_and_takes_bare_keys) {
                             {"Focus", 8}, {"Move", 8}, {"Layout", 6}, {"More", 5}}));
     EXPECT_EQ(system.panel->sections[0].rows[0],
               (TilePanelRow{"←", "Focus left", "Ctrl+Alt+Left"}));
+    EXPECT_EQ(system.panel->sections[1].rows[0],
+              (TilePanelRow{"Shift+←", "Move left", "Shift+Ctrl+Alt+Left"}));
     EXPECT_EQ(system.panel->sections[1].rows[4],
               (TilePanelRow{"Shift+H", "Move left (H)", "Shift+Ctrl+Alt+H"}));
     EXPECT_EQ(system.outline, frameOf(1));
