@@ -196,6 +196,13 @@ tile = "right-third"
     }
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_NE(reports[0].find("“broken”"), std::string::npos) << reports[0];
+
+    // The web app's tile is where it opens; its pop-ups are left where they open.
+    const WindowInfo popup = window(8, "app.halyward.web.news", {5, 40, 100, 100});
+    system.windowList = {popup, window(6, "app.halyward.web.news", tile(TileSlot::rightThird))};
+    system.writes.clear();
+    core->windowAppeared(popup);
+    EXPECT_TRUE(system.writes.empty());
 }
 
 TEST_F(AppTilingTest, auto_tile_lays_out_new_windows_that_no_rule_places) {

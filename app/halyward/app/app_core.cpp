@@ -279,7 +279,7 @@ void AppCore::Impl::autoTile(const WindowInfo& window) {
     if (desktop.displays.empty()) return;
     if (!desktop.window(window.id)) desktop.windows.insert(desktop.windows.begin(), window);
     std::erase_if(desktop.windows, [&](const WindowInfo& other) {
-        return other.id != window.id && rules.placementFor(other).has_value();
+        return other.id != window.id && rules.placementFor(other, true).has_value();
     });
     const std::size_t display = desktop.displayIndex(window.frame);
     const std::int64_t layout = tiles.lastLayout(desktop.displays[display]).value_or(1);
@@ -329,10 +329,16 @@ void AppCore::leaderTapped() {
 
 void AppCore::windowAppeared(const WindowInfo& window) {
     if (!impl_->started || window.hidden) return;
-    if (std::optional<detail::Placement> placement = impl_->rules.placementFor(window)) {
+    const detail::Desktop desktop = detail::Desktop::read(impl_->system);
+    bool firstOfApp = true;
+    for (const WindowInfo* other : desktop.windowsOf(window.appIdentity)) {
+        if (other->id != window.id) firstOfApp = false;
+    }
+    if (std::optional<detail::Placement> placement =
+            impl_->rules.placementFor(window, firstOfApp)) {
         // A window that has just appeared goes straight to its tile: there is nothing on
         // screen yet worth animating from.
-        impl_->placeByRule(detail::Desktop::read(impl_->system), window, *placement, false);
+        impl_->placeByRule(desktop, window, *placement, false);
     } else if (impl_->config.config().general.autoTile) {
         impl_->autoTile(window);
     }
