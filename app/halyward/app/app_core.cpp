@@ -90,13 +90,14 @@ void AppCore::Impl::stop() {
     if (leaderWaiting) endLeader();
     system.grabChords({});
     system.watchLeaderKey(std::nullopt);
+    leaderWatched = false;
     system.hideTilePanel();
     system.hideFocusOutline();
 }
 
 detail::ConfigFollower::Reload AppCore::Impl::reload(bool force) {
     detail::ConfigFollower::Reload result = config.reload();
-    if (started && (result.changed || force)) applyConfiguration();
+    if (started && !result.error && (result.changed || force)) applyConfiguration();
     return result;
 }
 
@@ -119,13 +120,16 @@ void AppCore::Impl::applyConfiguration() {
         say("The leader key setting is not a key: " + error.message);
     }
     // Caps Lock is only taken over when some chord needs it.
+    leaderWatched = false;
     if (bindings.byLeaderKey.empty()) {
         system.watchLeaderKey(std::nullopt);
     } else if (!leader) {
         say("Chords with leader+ need leader_key = \"caps\" in [general]; until then they do "
             "nothing.");
         system.watchLeaderKey(std::nullopt);
-    } else if (!system.watchLeaderKey(leader)) {
+    } else if (system.watchLeaderKey(leader)) {
+        leaderWatched = true;
+    } else {
         say("Halyward cannot watch " + text::quoted(leader->canonical()) +
             " as the leader key here, so chords with leader+ do nothing.");
     }
@@ -240,7 +244,7 @@ void AppCore::Impl::tileModeKey(const KeyPress& press) {
 }
 
 void AppCore::Impl::startLeader() {
-    if (tileMode || leaderWaiting || bindings.byLeaderKey.empty()) return;
+    if (tileMode || leaderWaiting || !leaderWatched) return;
     if (!system.grabKeyboard()) return;
     leaderWaiting = true;
     leaderTimer.start(leaderWindow, [this] { endLeader(); });
@@ -275,7 +279,7 @@ void AppCore::Impl::autoTile(const WindowInfo& window) {
     if (desktop.displays.empty()) return;
     if (!desktop.window(window.id)) desktop.windows.insert(desktop.windows.begin(), window);
     std::erase_if(desktop.windows, [&](const WindowInfo& other) {
-        return other.id != window.id && rules.placementFor(other).has_value();
+        return other.id != window.id && rules.placementFor(other, true).has_value();
     });
     const std::size_t display = desktop.displayIndex(window.frame);
     const std::int64_t layout = tiles.lastLayout(desktop.displays[display]).value_or(1);
@@ -325,10 +329,16 @@ void AppCore::leaderTapped() {
 
 void AppCore::windowAppeared(const WindowInfo& window) {
     if (!impl_->started || window.hidden) return;
-    if (std::optional<detail::Placement> placement = impl_->rules.placementFor(window)) {
+    const detail::Desktop desktop = detail::Desktop::read(impl_->system);
+    bool firstOfApp = true;
+    for (const WindowInfo* other : desktop.windowsOf(window.appIdentity)) {
+        if (other->id != window.id) firstOfApp = false;
+    }
+    if (std::optional<detail::Placement> placement =
+            impl_->rules.placementFor(window, firstOfApp)) {
         // A window that has just appeared goes straight to its tile: there is nothing on
         // screen yet worth animating from.
-        impl_->placeByRule(detail::Desktop::read(impl_->system), window, *placement, false);
+        impl_->placeByRule(desktop, window, *placement, false);
     } else if (impl_->config.config().general.autoTile) {
         impl_->autoTile(window);
     }

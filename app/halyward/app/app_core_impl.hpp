@@ -69,6 +69,8 @@ struct AppCore::Impl {
 
     bool started = false;
     bool tileMode = false;
+    // The leader key is watched: leader chords exist and the key could be watched.
+    bool leaderWatched = false;
     bool leaderWaiting = false;
     detail::Timer leaderTimer;
     // The focused window while tile mode is on, whose frame the outline rings.

@@ -199,7 +199,11 @@ CommandOutput AppCore::Impl::applyCommand() {
     std::size_t placedCount = 0;
     for (const WindowInfo& window : desktop.windows) {
         if (window.hidden) continue;
-        if (const std::optional<detail::Placement> placement = rules.placementFor(window)) {
+        // A web app's `tile` goes to its front-most window, the one a launch would open.
+        const std::vector<const WindowInfo*> siblings = desktop.windowsOf(window.appIdentity);
+        const bool firstOfApp = !siblings.empty() && siblings.front()->id == window.id;
+        if (const std::optional<detail::Placement> placement =
+                rules.placementFor(window, firstOfApp)) {
             placeByRule(desktop, window, *placement, settings().animate);
             ++placedCount;
         }

@@ -20,6 +20,10 @@ std::string sectionTitle(TileKeyGroup group) {
     return {};
 }
 
+std::string_view shiftPrefix() {
+    return nativeHotkeyStyle == HotkeyStyle::keycaps ? "\u21E7" : "Shift+";
+}
+
 }  // namespace
 
 TilePanelContent tilePanelContent(const GeneralConfig& general, const Frame& displayFrame) {
@@ -31,9 +35,9 @@ TilePanelContent tilePanelContent(const GeneralConfig& general, const Frame& dis
         // `resolved` keeps the order of `bindings`, so the two walk together.
         for (std::size_t i = 0; i < bindings.size() && i < chords.size(); ++i) {
             if (bindings[i].group != group) continue;
-            // The shifted rows are the same keys with Shift, spelled as the chords are.
+            // The shifted rows are the same keycaps with Shift, spelled as the chords are.
             std::string key = bindings[i].panelLabel;
-            if (bindings[i].shifted) key = readableHotkey("shift+" + bindings[i].key.canonical());
+            if (bindings[i].shifted) key = std::string(shiftPrefix()) + key;
             section.rows.push_back({key, chords[i].title, readableHotkey(chords[i].chord)});
         }
         content.sections.push_back(std::move(section));

@@ -58,13 +58,14 @@ WindowRules::WindowRules(const HalywardConfig& config, const ApplicationLookup& 
     }
 }
 
-std::optional<Placement> WindowRules::placementFor(const WindowInfo& window) const {
+std::optional<Placement> WindowRules::placementFor(const WindowInfo& window,
+                                                   bool firstOfApp) const {
     for (const Rule& rule : rules_) {
         const bool ours = std::any_of(rule.identities.begin(), rule.identities.end(),
                                       [&](const std::string& id) { return belongsTo(window, id); });
         if (ours && (!rule.title || rule.title->matches(window.title))) return rule.placement;
     }
-    if (!window.appIdentity.empty()) {
+    if (firstOfApp && !window.appIdentity.empty()) {
         if (const auto found = webAppTiles_.find(window.appIdentity); found != webAppTiles_.end()) {
             return Placement{found->second, std::nullopt};
         }

@@ -1,6 +1,6 @@
 #pragma once
 // Where a window goes when it appears: the first `[rules.<id>]` table that matches its
-// application and title, else its web app's own `tile`.
+// application and title, else its web app's own `tile` for the app's first window.
 
 #include "halyward/app/window_system.hpp"
 #include "halyward/commands/targets.hpp"
@@ -34,8 +34,10 @@ public:
     // listed in `problems`.
     WindowRules(const HalywardConfig& config, const ApplicationLookup& lookup);
 
-    // The placement for `window`, or none when no rule matches it.
-    std::optional<Placement> placementFor(const WindowInfo& window) const;
+    // The placement for `window`, or none when no rule matches it. A web app's own `tile`
+    // is where the app opens, so it only places the app's first window (`firstOfApp`): its
+    // pop-ups (a sign-in page, a shared document) open where the app puts them.
+    std::optional<Placement> placementFor(const WindowInfo& window, bool firstOfApp) const;
     bool empty() const { return rules_.empty() && webAppTiles_.empty(); }
 
     // One sentence per rule left out.
