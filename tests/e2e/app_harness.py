@@ -8,6 +8,7 @@ time to let the app catch up."""
 import math
 import os
 import re
+import select
 import shutil
 import signal
 import subprocess
@@ -226,10 +227,10 @@ class AppDesktop:
     def test_window(self, *arguments):
         """Starts a test_window client and waits for it to say it is ready."""
         process = self.spawn([TEST_WINDOW, *arguments], stdout=subprocess.PIPE)
-        line = process.stdout.readline().decode().strip()
-        if line != "ready":
-            process.wait(5)
-            return process
+        ready, _, _ = select.select([process.stdout], [], [], 30)
+        line = process.stdout.readline().decode().strip() if ready else ""
+        if line != "ready" and process.poll() is None:
+            raise Timeout(f"test_window {' '.join(arguments)} did not get ready")
         return process
 
     def window(self, name, geometry="400x300+100+100", *flags):

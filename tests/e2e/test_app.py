@@ -2,6 +2,7 @@
 clients, and the halyward command line and xdotool chords driving them. Each class runs
 one desktop under one window manager; the tests share it and close their own windows."""
 
+import faulthandler
 import os
 import signal
 import subprocess
@@ -435,6 +436,9 @@ class Lifecycle(unittest.TestCase):
                 self.assertIn("tiles X11 windows", result.stderr)
                 self.assertEqual(len(result.stderr.strip().splitlines()), 1)
 
+
+# A hang shows where it is before the test runner's time-out kills the suite silently.
+faulthandler.dump_traceback_later(170, exit=True)
 
 if __name__ == "__main__":
     unittest.main()
