@@ -170,7 +170,10 @@ X11WindowSystem::X11WindowSystem(EventLoop& loop, xcb_connection_t* connection, 
                       XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, clockValues);
 
     overlays_ = std::make_unique<Overlays>(connection_, screen_);
-    launcher_ = std::make_unique<Launcher>();
+    startupInfoBegin_ = internAtom(connection_, "_NET_STARTUP_INFO_BEGIN");
+    startupInfo_ = internAtom(connection_, "_NET_STARTUP_INFO");
+    launcher_ = std::make_unique<Launcher>(
+        [this](const std::string& message) { announceStartup(message); });
     clientListChanged(false);
 
     loop_.watch(xcb_get_file_descriptor(connection_), [this] { readEvents(); });
@@ -796,6 +799,23 @@ bool X11WindowSystem::hideApp(const std::string& appIdentity) {
     }
     xcb_flush(connection_);
     return any;
+}
+
+void X11WindowSystem::announceStartup(const std::string& message) {
+    // The startup-notification protocol: the text, with its terminating NUL, in 20-byte
+    // client messages to the root window, the first of type _NET_STARTUP_INFO_BEGIN.
+    const std::string text = message + '\0';
+    for (std::size_t at = 0; at < text.size(); at += 20) {
+        xcb_client_message_event_t chunk{};
+        chunk.response_type = XCB_CLIENT_MESSAGE;
+        chunk.format = 8;
+        chunk.window = clock_;
+        chunk.type = at == 0 ? startupInfoBegin_ : startupInfo_;
+        text.copy(reinterpret_cast<char*>(chunk.data.data8), 20, at);
+        xcb_send_event(connection_, 0, root_, XCB_EVENT_MASK_PROPERTY_CHANGE,
+                       reinterpret_cast<const char*>(&chunk));
+    }
+    xcb_flush(connection_);
 }
 
 bool X11WindowSystem::launch(const LaunchRequest& request, std::string& error) {

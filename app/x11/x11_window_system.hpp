@@ -87,6 +87,7 @@ private:
     /// Reads the client list now when a change of it is still waiting to be read.
     void syncClientList();
     void connectionLost();
+    void announceStartup(const std::string& message);
 
     void ungrabAll();
     void grabLeader();
@@ -106,6 +107,8 @@ private:
     xcb_ewmh_connection_t ewmh_{};
     xcb_atom_t gtkFrameExtents_ = XCB_ATOM_NONE;
     xcb_atom_t wmChangeState_ = XCB_ATOM_NONE;
+    xcb_atom_t startupInfoBegin_ = XCB_ATOM_NONE;
+    xcb_atom_t startupInfo_ = XCB_ATOM_NONE;
     std::uint8_t randrEventBase_ = 0;
     bool randr_ = false;
     std::uint8_t xkbEventBase_ = 0;

@@ -176,7 +176,8 @@ class AppDesktop:
             (folder / f"{name}.desktop").write_text(
                 "[Desktop Entry]\nType=Application\n"
                 f"Name={name.capitalize()}\nExec={TEST_WINDOW} window {name} 400x300+60+60\n"
-                f"StartupWMClass={name.capitalize()}\n")
+                f"StartupWMClass={name.capitalize()}\n"
+                + ("StartupNotify=true\n" if name == "beta" else ""))
 
     # --- the app --------------------------------------------------------------------------
 

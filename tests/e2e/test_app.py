@@ -4,6 +4,7 @@ one desktop under one window manager; the tests share it and close their own win
 
 import faulthandler
 import os
+import re
 import signal
 import subprocess
 import unittest
@@ -206,6 +207,9 @@ class Tiling:
         first = self.desktop.managed(lambda: self.desktop.find("beta"))
         self.addCleanup(self.desktop.close_window, first)
         wait_for(lambda: self.desktop.active() == first, what="the launched window to take the focus")
+        # Launched with startup notification: the id carries the chord's server time.
+        startup = re.search(r'_TIME(\d+)"', self.desktop.xprop(first, "_NET_STARTUP_ID"))
+        self.assertTrue(startup and int(startup.group(1)) > 0, "no startup id with a time")
 
         second = self.open("beta", geometry="300x200+500+500")
         self.desktop.activate(alpha)
