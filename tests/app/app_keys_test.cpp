@@ -102,6 +102,14 @@ TEST_F(AppKeysTest, each_chord_does_its_action_on_the_focused_window) {
         EXPECT_EQ(frameOf(3), (Frame{400, 400, 100, 100})) << c.chord << ": hidden windows stay";
     }
     EXPECT_FALSE(core->tileModeActive());
+
+    // With nothing focused, a focus key focuses the front-most window; other keys wait.
+    resetDesktop();
+    system.focused.reset();
+    press("ctrl+opt+f");
+    EXPECT_TRUE(system.writes.empty());
+    press("ctrl+opt+left");
+    EXPECT_EQ(system.focused, 1u);
 }
 
 TEST_F(AppKeysTest, tile_mode_shows_the_panel_and_outline_and_takes_bare_keys) {
