@@ -231,7 +231,10 @@ class AppDesktop:
         ready, _, _ = select.select([process.stdout], [], [], 30)
         line = process.stdout.readline().decode().strip() if ready else ""
         if line != "ready" and process.poll() is None:
-            raise Timeout(f"test_window {' '.join(arguments)} did not get ready")
+            process.kill()
+            process.wait(5)
+            raise Timeout(f"test_window {' '.join(arguments)} did not get ready; "
+                          f"{self.diagnosis()}")
         return process
 
     def window(self, name, geometry="400x300+100+100", *flags):
@@ -374,6 +377,18 @@ class AppDesktop:
         out = subprocess.run(["convert", str(path), "-format", f"%[pixel:p{{{x},{y}}}]", "info:"],
                              capture_output=True, text=True, timeout=30).stdout
         return out.strip()
+
+    def diagnosis(self):
+        """What the window manager and the app are doing, for a message about a hang."""
+        def state(process):
+            try:
+                status = Path(f"/proc/{process.pid}/status").read_text()
+                wchan = Path(f"/proc/{process.pid}/wchan").read_text()
+                return re.search(r"State:\s+(.*)", status).group(1) + " in " + wchan
+            except OSError:
+                return "gone"
+        app = state(self.app) if self.app else "not running"
+        return f"{self.wm}: {state(self.wm_process)}; halyward-app: {app}"
 
     # --- tear-down ------------------------------------------------------------------------
 
