@@ -155,7 +155,13 @@ X11WindowSystem::X11WindowSystem(EventLoop& loop, xcb_connection_t* connection, 
     xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, rootEvents);
     const xcb_query_extension_reply_t* randr = xcb_get_extension_data(connection_, &xcb_randr_id);
     if (randr != nullptr && randr->present) {
-        randr_ = true;
+        // Monitors came with RandR 1.5; the server answers a client by the version it
+        // announced.
+        Reply version(xcb_randr_query_version_reply(
+            connection_, xcb_randr_query_version(connection_, 1, 5), nullptr));
+        randr_ = version && (version->major_version > 1 || version->minor_version >= 5);
+    }
+    if (randr_) {
         randrEventBase_ = randr->first_event;
         xcb_randr_select_input(connection_, root_,
                                XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE |
@@ -238,8 +244,7 @@ void X11WindowSystem::handle(xcb_generic_event_t* event) {
             screen_->width_in_pixels = change->width;
             screen_->height_in_pixels = change->height;
         }
-        displays_.reset();
-        if (events_ != nullptr) events_->displaysChanged();
+        displaysMayHaveChanged();
         return;
     }
     if (xkb_ && type == xkbEventBase_) {
@@ -278,8 +283,7 @@ void X11WindowSystem::handle(xcb_generic_event_t* event) {
         case XCB_CONFIGURE_NOTIFY: {
             auto* configure = reinterpret_cast<xcb_configure_notify_event_t*>(event);
             if (configure->window == root_) {
-                displays_.reset();
-                if (events_ != nullptr) events_->displaysChanged();
+                displaysMayHaveChanged();
                 break;
             }
             auto found = tracked_.find(configure->window);
@@ -378,22 +382,32 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
             syncClientList();
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
         } else if (event.atom == ewmh_._NET_WORKAREA) {
-            displays_.reset();
-            if (events_ != nullptr) events_->displaysChanged();
+            displaysMayHaveChanged();
         }
         return;
     }
     auto found = tracked_.find(event.window);
     if (found == tracked_.end()) return;
     if (event.atom == ewmh_._NET_WM_STRUT_PARTIAL || event.atom == ewmh_._NET_WM_STRUT) {
-        displays_.reset();
-        if (events_ != nullptr) events_->displaysChanged();
+        displaysMayHaveChanged();
     } else if (found->second.userWindow &&
                (event.atom == ewmh_._NET_FRAME_EXTENTS || event.atom == gtkFrameExtents_)) {
         if (auto frame = visibleFrame(event.window); frame && events_ != nullptr) {
             events_->windowMoved(event.window, *frame);
         }
     }
+}
+
+void X11WindowSystem::displaysMayHaveChanged() {
+    displays_.reset();
+    // A monitor change comes as a screen, a CRTC and an output notice, and a new panel as
+    // a client list and a work area change: the core hears of it once.
+    if (displaysPending_) return;
+    displaysPending_ = true;
+    loop_.post([this] {
+        displaysPending_ = false;
+        if (!lost_ && events_ != nullptr) events_->displaysChanged();
+    });
 }
 
 void X11WindowSystem::syncClientList() {
@@ -428,7 +442,7 @@ void X11WindowSystem::clientListChanged(bool report) {
     if (added.empty()) {
         if (strutsChanged) {
             displays_.reset();
-            if (report && events_ != nullptr) events_->displaysChanged();
+            if (report) displaysMayHaveChanged();
         }
         return;
     }
@@ -444,7 +458,7 @@ void X11WindowSystem::clientListChanged(bool report) {
     }
     if (strutsChanged) displays_.reset();
     if (!report || events_ == nullptr) return;
-    if (strutsChanged) events_->displaysChanged();
+    if (strutsChanged) displaysMayHaveChanged();
     for (const WindowInfo& window : described) {
         if (tracked_[static_cast<xcb_window_t>(window.id)].userWindow) {
             events_->windowAppeared(window);

@@ -86,6 +86,8 @@ private:
     void clientListChanged(bool report);
     /// Reads the client list now when a change of it is still waiting to be read.
     void syncClientList();
+    /// Forgets the displays read and tells the core, once for a burst of notices.
+    void displaysMayHaveChanged();
     void connectionLost();
     void announceStartup(const std::string& message);
 
@@ -115,6 +117,7 @@ private:
     bool xkb_ = false;
     bool remapPending_ = false;
     bool clientListPending_ = false;
+    bool displaysPending_ = false;
     xcb_key_symbols_t* symbols_ = nullptr;
     ModifierMasks masks_;
     WindowSystemEvents* events_ = nullptr;
