@@ -156,6 +156,8 @@ class AppDesktop:
         self.env["DBUS_SESSION_BUS_ADDRESS"] = address
 
     def _start_wm(self):
+        if self.wm is None:
+            return
         argv = {"openbox": ["openbox"],
                 "xfwm4": ["xfwm4", "--compositor=off", "--sm-client-disable"]}[self.wm]
         self.wm_process = self.spawn(argv)
@@ -388,7 +390,8 @@ class AppDesktop:
             except OSError:
                 return "gone"
         app = state(self.app) if self.app else "not running"
-        return f"{self.wm}: {state(self.wm_process)}; halyward-app: {app}"
+        wm = state(self.wm_process) if self.wm else "none"
+        return f"{self.wm}: {wm}; halyward-app: {app}"
 
     # --- tear-down ------------------------------------------------------------------------
 

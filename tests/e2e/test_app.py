@@ -430,6 +430,17 @@ class Lifecycle(unittest.TestCase):
             desktop.app = None
             self.assertFalse(desktop.socket_path().exists())
 
+    def test_without_a_window_manager_nothing_hangs(self):
+        # No EWMH window manager: no client list, and move requests go unanswered.
+        with AppDesktop(None, "bare") as desktop:
+            desktop.start_app()
+            process = desktop.test_window("window", "alpha", "400x300+100+100")
+            self.assertIsNone(process.poll())
+            result = desktop.cli("tile", "alpha", "fill", "--timeout", "5")
+            self.assertEqual(result.returncode, 5, result.stderr)
+            desktop.key("ctrl+alt+f")
+            self.assertEqual(desktop.cli("ping").stdout.strip(), "pong")
+
     def test_no_x_display_exits_3_with_one_sentence(self):
         base = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": "/nonexistent"}
         for extra in ({}, {"WAYLAND_DISPLAY": "wayland-0"}, {"DISPLAY": ":999"}):
