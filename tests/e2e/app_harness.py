@@ -15,9 +15,10 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from harness import SHOTS, Timeout, wait_for
+from harness import SHOTS, Site, Timeout, plist, wait_for
 
 APP = os.environ.get("HALYWARD_APP", "")
+WEB_HOST = os.environ.get("HALYWARD_WEB_HOST", "")
 CLI = os.environ.get("HALYWARD_CLI", "")
 TEST_WINDOW = os.environ.get("HALYWARD_TEST_WINDOW", "")
 KEEP = os.environ.get("HALYWARD_E2E_KEEP") == "1"
@@ -269,6 +270,22 @@ class AppDesktop:
         process = self.spawn(["xterm", "-geometry", "80x24+40+40", "-e", "sleep", "600"])
         return self.managed(lambda: self.find("xterm")), process
 
+    def web_app(self, slug):
+        """Our own web-app window (GTK with client-side decorations) showing a blank page
+        served on 127.0.0.1; answers its window id once managed."""
+        if not hasattr(self, "site"):
+            self.site = Site(lambda handler, parsed: (200, [("Content-Type", "text/html")],
+                                                      b"<title>Notes</title><body>notes</body>"))
+        identifier = f"app.halyward.web.{slug}"
+        app = self.home / "Applications" / f"{slug}.app"
+        (app / "Contents" / "MacOS").mkdir(parents=True, exist_ok=True)
+        shutil.copy2(WEB_HOST, app / "Contents" / "MacOS" / "HalywardWebHost")
+        (app / "Contents" / "Info.plist").write_text(plist({
+            "CFBundleName": slug.capitalize(), "CFBundleIdentifier": identifier,
+            "HWURL": self.site.url("/"), "HWSlug": slug}))
+        process = self.spawn([str(app / "Contents" / "MacOS" / "HalywardWebHost")])
+        return self.managed(lambda: self.find(identifier), timeout=60), process
+
     # --- reading the screen ---------------------------------------------------------------
 
     def run(self, *argv):
@@ -396,6 +413,8 @@ class AppDesktop:
     # --- tear-down ------------------------------------------------------------------------
 
     def close(self):
+        if hasattr(self, "site"):
+            self.site.close()
         if self.app is not None and self.app.poll() is None:
             self.app.send_signal(signal.SIGTERM)
             try:

@@ -85,6 +85,20 @@ class Tiling:
         self.tile("delta", "right-half")
         self.desktop.wait_frame(shadowed, tile_frame("right-half", SCREEN, 0), "the shadowed window")
 
+    @unittest.skipUnless(os.environ.get("HALYWARD_WEB_HOST"), "needs HalywardWebHost")
+    def test_our_own_web_app_window(self):
+        notes, process = self.desktop.web_app("notes")
+        self.addCleanup(self.close, process)
+        for slot in ("left-half", "bottom-half"):
+            with self.subTest(slot=slot):
+                self.tile("app.halyward.web.notes", slot)
+                self.desktop.wait_frame(notes, tile_frame(slot, SCREEN, 0), slot)
+        # The page painted where the tile is (white), not a black hole.
+        x, y, w, h = tile_frame("bottom-half", SCREEN, 0)
+        wait_for(lambda: self.desktop.pixel(self.desktop.screenshot("web-app"), x + w // 2,
+                                            y + h // 2) == "srgb(255,255,255)",
+                 timeout=30, what="the web app to paint its tile")
+
     def test_chords_survive_a_keyboard_mapping_change(self):
         alpha = self.open("alpha")
         self.tile("alpha", "left-half")
