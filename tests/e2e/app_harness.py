@@ -90,7 +90,7 @@ class AppDesktop:
     def _environment(self):
         runtime = self.root / "run"
         runtime.mkdir(mode=0o700)
-        return {
+        env = {
             "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
             "HOME": str(self.home),
             "XDG_CONFIG_HOME": str(self.home / ".config"),
@@ -102,6 +102,14 @@ class AppDesktop:
             "GSETTINGS_BACKEND": "memory",
             "NO_AT_BRIDGE": "1",
         }
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"):
+            if name in os.environ:
+                env[name] = os.environ[name]
+        if "ASAN_OPTIONS" in env:
+            # An app built with AddressSanitizer checks its own leaks, not cairo's caches.
+            suppressions = f"suppressions={Path(__file__).resolve().parent / 'lsan.supp'}"
+            env["LSAN_OPTIONS"] = ":".join(filter(None, [env.get("LSAN_OPTIONS"), suppressions]))
+        return env
 
     def spawn(self, argv, **kwargs):
         kwargs.setdefault("stdout", subprocess.DEVNULL)
