@@ -39,10 +39,7 @@ struct Reply {
     explicit operator bool() const { return value != nullptr; }
 };
 
-/// Left, right, top, bottom.
-struct Extents {
-    std::int64_t left = 0, right = 0, top = 0, bottom = 0;
-};
+using Extents = FrameEdges;
 
 Extents extentsFrom(xcb_get_property_reply_t* reply) {
     Extents extents;
@@ -380,7 +377,11 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
             // A window that has just appeared is often focused at once: it is made known
             // before the focus moves to it.
             syncClientList();
+            active_.reset();
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
+        } else if (event.atom == ewmh_._NET_CLIENT_LIST_STACKING) {
+            stacking_.reset();
+            refreshSoon();
         } else if (event.atom == ewmh_._NET_WORKAREA) {
             displaysMayHaveChanged();
         }
@@ -390,12 +391,43 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
     if (found == tracked_.end()) return;
     if (event.atom == ewmh_._NET_WM_STRUT_PARTIAL || event.atom == ewmh_._NET_WM_STRUT) {
         displaysMayHaveChanged();
+    } else if (event.atom == ewmh_._NET_WM_STATE) {
+        found->second.placementKnown = false;
     } else if (found->second.userWindow &&
                (event.atom == ewmh_._NET_FRAME_EXTENTS || event.atom == gtkFrameExtents_)) {
+        found->second.placementKnown = false;
         if (auto frame = visibleFrame(event.window); frame && events_ != nullptr) {
             events_->windowMoved(event.window, *frame);
         }
     }
+}
+
+void X11WindowSystem::refreshSoon() {
+    if (refreshPending_) return;
+    refreshPending_ = true;
+    loop_.post([this] {
+        refreshPending_ = false;
+        if (lost_) return;
+        stacking();
+        activeWindow();
+    });
+}
+
+xcb_window_t X11WindowSystem::activeWindow() {
+    if (!active_) {
+        xcb_window_t active = 0;
+        if (xcb_ewmh_get_active_window_reply(&ewmh_, xcb_ewmh_get_active_window(&ewmh_, 0), &active,
+                                             nullptr) == 0) {
+            active = 0;
+        }
+        active_ = active;
+    }
+    return *active_;
+}
+
+std::vector<xcb_window_t> X11WindowSystem::stacking() {
+    if (!stacking_) stacking_ = clientList(ewmh_._NET_CLIENT_LIST_STACKING);
+    return *stacking_;
 }
 
 void X11WindowSystem::displaysMayHaveChanged() {
@@ -640,6 +672,13 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         }
         const std::vector<std::uint32_t> states = cardinals(state.value);
         if (contains(states, ewmh_._NET_WM_STATE_SKIP_TASKBAR)) tracked.userWindow = false;
+        const Extents frame = extentsFrom(frameExtents.value);
+        const Extents shadow = extentsFrom(gtkExtents.value);
+        tracked.placementKnown = true;
+        tracked.maximized = contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT) ||
+                            contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ);
+        tracked.decorations = frame;
+        tracked.shadow = shadow;
         tracked_[id] = tracked;
         if (usersOnly && !tracked.userWindow) continue;
 
@@ -651,8 +690,6 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         info.title = propertyText(name.value);
         if (info.title.empty()) info.title = propertyText(legacyName.value);
         info.hidden = contains(states, ewmh_._NET_WM_STATE_HIDDEN);
-        const Extents frame = extentsFrom(frameExtents.value);
-        const Extents shadow = extentsFrom(gtkExtents.value);
         const double left = origin->dst_x, top = origin->dst_y;
         info.frame = {left - static_cast<double>(frame.left - shadow.left),
                       top - static_cast<double>(frame.top - shadow.top),
@@ -666,11 +703,11 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
 }
 
 std::vector<WindowInfo> X11WindowSystem::windows() {
-    std::vector<xcb_window_t> stacking = clientList(ewmh_._NET_CLIENT_LIST_STACKING);
-    if (stacking.empty()) stacking = clients_;
+    std::vector<xcb_window_t> order = stacking();
+    if (order.empty()) order = clients_;
     // The stacking list runs bottom to top; the core wants the front-most first.
-    std::reverse(stacking.begin(), stacking.end());
-    return describe(stacking, true);
+    std::reverse(order.begin(), order.end());
+    return describe(order, true);
 }
 
 std::optional<Frame> X11WindowSystem::visibleFrame(xcb_window_t window) {
@@ -680,12 +717,8 @@ std::optional<Frame> X11WindowSystem::visibleFrame(xcb_window_t window) {
 }
 
 std::optional<WindowId> X11WindowSystem::focusedWindow() {
-    xcb_window_t active = 0;
-    if (xcb_ewmh_get_active_window_reply(&ewmh_, xcb_ewmh_get_active_window(&ewmh_, 0), &active,
-                                         nullptr) == 0 ||
-        active == 0) {
-        return std::nullopt;
-    }
+    const xcb_window_t active = activeWindow();
+    if (active == 0) return std::nullopt;
     // A window focused as it appears may not be described yet; it is, quietly (its
     // appearance is announced when the client list is read).
     if (!tracked_.contains(active)) describe({active}, false);
@@ -712,23 +745,19 @@ void X11WindowSystem::sendRootMessage(xcb_window_t window, xcb_atom_t type,
 bool X11WindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite) {
     const auto window = static_cast<xcb_window_t>(id);
     if (lost_ || window != id) return false;
-    auto stateCookie = getProperty(connection_, window, ewmh_._NET_WM_STATE, XCB_ATOM_ATOM);
-    auto frameCookie =
-        getProperty(connection_, window, ewmh_._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL);
-    auto shadowCookie = getProperty(connection_, window, gtkFrameExtents_, XCB_ATOM_CARDINAL);
-    auto geometryCookie = xcb_get_geometry(connection_, window);
-    Reply state(xcb_get_property_reply(connection_, stateCookie, nullptr));
-    Reply frameReply(xcb_get_property_reply(connection_, frameCookie, nullptr));
-    Reply shadowReply(xcb_get_property_reply(connection_, shadowCookie, nullptr));
-    Reply geometry(xcb_get_geometry_reply(connection_, geometryCookie, nullptr));
-    if (!geometry) return false;
+    // A window read since its last change is moved from what was read; any other is read
+    // first (which also tells whether it still exists).
+    auto found = tracked_.find(window);
+    if (found == tracked_.end() || !found->second.placementKnown) {
+        describe({window}, false);
+        found = tracked_.find(window);
+        if (found == tracked_.end()) return false;
+    }
+    const Tracked& placement = found->second;
 
     // A maximized window ignores a new size in most window managers; it is restored first,
     // in the same burst of messages, which the window manager handles in order.
-    const std::vector<std::uint32_t> states = cardinals(state.value);
-    const bool vertical = contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT);
-    const bool horizontal = contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ);
-    if (vertical || horizontal) {
+    if (placement.maximized) {
         sendRootMessage(window, ewmh_._NET_WM_STATE,
                         {XCB_EWMH_WM_STATE_REMOVE, ewmh_._NET_WM_STATE_MAXIMIZED_VERT,
                          ewmh_._NET_WM_STATE_MAXIMIZED_HORZ, 2, 0});
@@ -738,8 +767,8 @@ bool X11WindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite) {
     // the client draws itself, is the client window. With north-west gravity the position
     // is the outer frame's, which is the visible frame's corner less the shadow; the
     // window manager then keeps that corner where a size hint changes the size.
-    const Extents decorations = extentsFrom(frameReply.value);
-    const Extents shadow = extentsFrom(shadowReply.value);
+    const Extents& decorations = placement.decorations;
+    const Extents& shadow = placement.shadow;
     const PixelRect target = pixels(frame);
     const auto x = static_cast<std::int64_t>(target.x) - shadow.left;
     const auto y = static_cast<std::int64_t>(target.y) - shadow.top;
@@ -786,12 +815,12 @@ xcb_timestamp_t X11WindowSystem::userTime() {
 bool X11WindowSystem::focus(WindowId id) {
     const auto window = static_cast<xcb_window_t>(id);
     if (lost_ || window != id) return false;
-    Reply geometry(
-        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
-    if (!geometry) return false;
-    xcb_window_t active = 0;
-    xcb_ewmh_get_active_window_reply(&ewmh_, xcb_ewmh_get_active_window(&ewmh_, 0), &active,
-                                     nullptr);
+    if (!tracked_.contains(window)) {
+        Reply geometry(
+            xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+        if (!geometry) return false;
+    }
+    const xcb_window_t active = activeWindow();
     // As a pager asks: source 2 and the time of the user's action, so that the window
     // manager's focus-stealing prevention lets it through.
     sendRootMessage(window, ewmh_._NET_ACTIVE_WINDOW, {2, userTime(), active, 0, 0});

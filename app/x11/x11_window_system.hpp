@@ -23,6 +23,12 @@ namespace halyward::x11 {
 class Overlays;
 class Launcher;
 
+/// Widths along a window's left, right, top and bottom edges: the decorations a window
+/// manager draws, or the shadow a client draws inside its own window.
+struct FrameEdges {
+    std::int64_t left = 0, right = 0, top = 0, bottom = 0;
+};
+
 class X11WindowSystem final : public WindowSystem {
 public:
     /// Connects to the X server `displayName` names (the environment's when null). Null,
@@ -75,6 +81,12 @@ private:
         bool userWindow = false;
         WindowClass windowClass;
         std::int64_t processId = 0;
+        /// What a move needs, as last read, until a property notice says it changed:
+        /// a chord's move then needs no round trip of its own.
+        bool placementKnown = false;
+        bool maximized = false;
+        FrameEdges decorations;
+        FrameEdges shadow;
     };
 
     void readEvents();
@@ -88,6 +100,10 @@ private:
     void syncClientList();
     /// Forgets the displays read and tells the core, once for a burst of notices.
     void displaysMayHaveChanged();
+    /// Reads the stacking list and the active window again after the queued events.
+    void refreshSoon();
+    xcb_window_t activeWindow();
+    std::vector<xcb_window_t> stacking();
     void connectionLost();
     void announceStartup(const std::string& message);
 
@@ -135,6 +151,11 @@ private:
     xcb_timestamp_t eventTime_ = 0;
 
     std::vector<xcb_window_t> clients_;
+    /// The stacking list and the active window, read again after each notice of a change
+    /// (soon, or at once when asked for first), so a chord finds them read already.
+    std::optional<std::vector<xcb_window_t>> stacking_;
+    std::optional<xcb_window_t> active_;
+    bool refreshPending_ = false;
     std::unordered_map<xcb_window_t, Tracked> tracked_;
     std::optional<std::vector<DisplayInfo>> displays_;
     std::function<std::vector<DesktopApplication>()> readApplications_;
