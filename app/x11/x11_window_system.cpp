@@ -865,7 +865,11 @@ bool X11WindowSystem::launch(const LaunchRequest& request, std::string& error) {
     if (readApplications_) applications_ = readApplications_();
     const std::optional<std::int64_t> pid = launcher_->launch(request, userTime(), error);
     if (!pid) return false;
-    if (*pid > 0) launched_[*pid] = request.appIdentity;
+    if (*pid > 0) {
+        launched_[*pid] = request.appIdentity;
+        // Only recent launches matter; process ids mostly grow, so the smallest go first.
+        while (launched_.size() > 64) launched_.erase(launched_.begin());
+    }
     return true;
 }
 
