@@ -333,6 +333,8 @@ void X11WindowSystem::handleKeyPress(const xcb_key_press_event_t& event) {
             if (!press.key.canonical().empty() || !press.text.empty()) events_->keyPressed(press);
         }
     } else if (isLeader) {
+        // The state before this press: whether Caps Lock was on before the key toggled it.
+        if (!leaderDown_) leaderWasLocked_ = (event.state & XCB_MOD_MASK_LOCK) != 0;
         leaderDown_ = true;
     } else {
         leaderDown_ = false;
@@ -357,6 +359,12 @@ void X11WindowSystem::handleKeyRelease(const xcb_key_release_event_t& event) {
         std::find(leaderCodes_.begin(), leaderCodes_.end(), event.detail) != leaderCodes_.end();
     if (isLeader && leaderDown_) {
         leaderDown_ = false;
+        // Tapped as the leader, the key must not also switch Caps Lock: its lock goes back
+        // to what it was.
+        if (xkb_) {
+            xcb_xkb_latch_lock_state(connection_, XCB_XKB_ID_USE_CORE_KBD, XCB_MOD_MASK_LOCK,
+                                     leaderWasLocked_ ? XCB_MOD_MASK_LOCK : 0, 0, 0, 0, 0, 0);
+        }
         eventTime_ = event.time;
         if (events_ != nullptr) events_->leaderTapped();
         eventTime_ = 0;

@@ -144,6 +144,7 @@ private:
     std::optional<HotkeyKey> leaderKey_;
     std::vector<xcb_keycode_t> leaderCodes_;
     bool leaderDown_ = false;
+    bool leaderWasLocked_ = false;
     bool keyboardGrabbed_ = false;
     /// The chord key held down right now: key repeat presses it again without a release.
     xcb_keycode_t heldChordKey_ = 0;
