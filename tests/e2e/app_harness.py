@@ -177,6 +177,12 @@ class AppDesktop:
             check = self.root_property("_NET_SUPPORTING_WM_CHECK")
             return "window id" in check and "_NET_CLIENT_LIST" in self.root_property("_NET_SUPPORTED")
         wait_for(managing, what=f"{self.wm} to manage the screen")
+        # The window manager announces itself before it has finished starting (reading its
+        # theme and fonts); on a busy machine a suite once waited more than 30 s for its
+        # first window. A first window mapped shows that it really manages windows.
+        probe = self.test_window("window", "probe", "50x50+0+0", ready_within=120)
+        probe.kill()
+        probe.wait(5)
 
     def _install_entries(self):
         """Desktop entries for the test windows, so `halyward tile alpha` finds them by name
@@ -236,10 +242,10 @@ class AppDesktop:
 
     # --- X clients ------------------------------------------------------------------------
 
-    def test_window(self, *arguments):
+    def test_window(self, *arguments, ready_within=30):
         """Starts a test_window client and waits for it to say it is ready."""
         process = self.spawn([TEST_WINDOW, *arguments], stdout=subprocess.PIPE)
-        ready, _, _ = select.select([process.stdout], [], [], 30)
+        ready, _, _ = select.select([process.stdout], [], [], ready_within)
         line = process.stdout.readline().decode().strip() if ready else ""
         if line != "ready" and process.poll() is None:
             process.kill()
