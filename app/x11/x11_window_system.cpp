@@ -4,7 +4,6 @@
 #include "launcher.hpp"
 #include "overlays.hpp"
 
-#include <X11/keysym.h>
 #include <xcb/randr.h>
 #include <xcb/xcb_icccm.h>
 // The XKB header names a structure field "explicit", a C++ keyword; the field is never
@@ -15,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
