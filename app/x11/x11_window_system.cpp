@@ -1054,48 +1054,73 @@ void X11WindowSystem::watchConfiguration(const std::string& path) {
     if (inotifyFd_ < 0) {
         inotifyFd_ = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
         if (inotifyFd_ < 0) return;
-        loop_.watch(inotifyFd_, [this] {
-            alignas(inotify_event) char buffer[4096];
-            bool changed = false;
-            bool folderAppeared = false;
-            ssize_t length;
-            while ((length = ::read(inotifyFd_, buffer, sizeof buffer)) > 0) {
-                for (char* at = buffer; at < buffer + length;) {
-                    const auto* event = reinterpret_cast<const inotify_event*>(at);
-                    const std::string name = event->len > 0 ? event->name : "";
-                    if (event->wd == watchFolder_ && name == configName_) changed = true;
-                    if (event->wd == watchFolder_ && (event->mask & IN_IGNORED) != 0) {
-                        watchFolder_ = -1;  // the folder itself went away
-                        changed = true;
-                    }
-                    if (event->wd == watchParent_) folderAppeared = true;
-                    at += sizeof(inotify_event) + event->len;
-                }
-            }
-            if (folderAppeared && watchFolder_ < 0) {
-                watchFolder_ = ::inotify_add_watch(
-                    inotifyFd_, configFolder_.c_str(),
-                    IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE);
-                if (watchFolder_ >= 0) changed = true;
-            }
-            if (changed && events_ != nullptr) events_->configurationChanged();
-        });
+        loop_.watch(inotifyFd_, [this] { configurationEvents(); });
     }
     const std::size_t slash = path.rfind('/');
     configFolder_ =
         slash == std::string::npos ? "." : path.substr(0, std::max<std::size_t>(slash, 1));
     configName_ = slash == std::string::npos ? path : path.substr(slash + 1);
-    // The file is usually replaced by a rename, which a watch on the file itself would
-    // lose; the folder sees every way the file can change. A folder that does not exist
-    // yet is waited for in its parent.
-    watchFolder_ =
-        ::inotify_add_watch(inotifyFd_, configFolder_.c_str(),
-                            IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE);
-    const std::size_t parentSlash = configFolder_.rfind('/');
-    if (parentSlash != std::string::npos && parentSlash > 0) {
-        watchParent_ = ::inotify_add_watch(inotifyFd_, configFolder_.substr(0, parentSlash).c_str(),
-                                           IN_CREATE | IN_MOVED_TO);
+    armConfigurationWatch();
+}
+
+void X11WindowSystem::armConfigurationWatch() {
+    // Bounded: each pass finds the folder, or a folder above it, existing.
+    for (int pass = 0; pass < 16; ++pass) {
+        if (watchFolder_ >= 0) ::inotify_rm_watch(inotifyFd_, watchFolder_);
+        if (watchParent_ >= 0) ::inotify_rm_watch(inotifyFd_, watchParent_);
+        watchFolder_ = watchParent_ = -1;
+        // The file is usually replaced by a rename, which a watch on the file itself would
+        // lose; the folder sees every way the file can change.
+        watchFolder_ =
+            ::inotify_add_watch(inotifyFd_, configFolder_.c_str(),
+                                IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE |
+                                    IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF);
+        if (watchFolder_ >= 0) return;
+        // A folder that does not exist yet (a first run has no ~/.config/halyward, perhaps
+        // no ~/.config) is waited for in the nearest folder above it that does.
+        std::string above = configFolder_;
+        while (watchParent_ < 0 && above != "/") {
+            const std::size_t slash = above.rfind('/');
+            if (slash == std::string::npos) return;
+            above = slash == 0 ? "/" : above.substr(0, slash);
+            watchParent_ = ::inotify_add_watch(inotifyFd_, above.c_str(), IN_CREATE | IN_MOVED_TO);
+        }
+        // A folder made below the watched one between the look and the watch would go
+        // unseen: look again when the next folder down exists by now.
+        const std::size_t next = configFolder_.find('/', above == "/" ? 1 : above.size() + 1);
+        const std::string below = configFolder_.substr(0, next);
+        if (watchParent_ < 0 || ::access(below.c_str(), F_OK) != 0) return;
     }
+}
+
+void X11WindowSystem::configurationEvents() {
+    alignas(inotify_event) char buffer[4096];
+    bool changed = false;
+    bool rearm = false;
+    ssize_t length;
+    while ((length = ::read(inotifyFd_, buffer, sizeof buffer)) > 0) {
+        for (char* at = buffer; at < buffer + length;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(at);
+            const std::string name = event->len > 0 ? event->name : "";
+            if (event->wd == watchFolder_) {
+                if (name == configName_) changed = true;
+                // The folder itself went away or moved: wait for it again.
+                if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+                    rearm = true;
+                    changed = true;
+                }
+            }
+            if (event->wd == watchParent_) rearm = true;
+            at += sizeof(inotify_event) + event->len;
+        }
+    }
+    if (rearm) {
+        const bool hadFolder = watchFolder_ >= 0;
+        armConfigurationWatch();
+        // The folder may have come with the file already in it.
+        if (!hadFolder && watchFolder_ >= 0) changed = true;
+    }
+    if (changed && events_ != nullptr) events_->configurationChanged();
 }
 
 }  // namespace halyward::x11

@@ -106,6 +106,10 @@ private:
     std::vector<xcb_window_t> stacking();
     void connectionLost();
     void announceStartup(const std::string& message);
+    /// Watches the configuration's folder, or the nearest folder above it while it is
+    /// missing.
+    void armConfigurationWatch();
+    void configurationEvents();
 
     void ungrabAll();
     void grabLeader();

@@ -437,6 +437,24 @@ class Lifecycle(unittest.TestCase):
             self.assertFalse(desktop.socket_path().exists())
             self.assertEqual(desktop.cli("ping", "--timeout", "1").returncode, 3)
 
+    def test_a_configuration_written_after_the_first_start_is_followed(self):
+        # A first run: no ~/.config at all until the file is saved.
+        with AppDesktop("openbox", "first") as desktop:
+            desktop.start_app()
+            alpha, _ = desktop.window("alpha")
+            desktop.write_config('[general]\nanimate_tiles = false\n'
+                                 '[tile_hotkeys]\nfill = "ctrl+opt+g"\n')
+            desktop.activate(alpha)
+
+            def filled():
+                desktop.key("ctrl+alt+g")
+                try:
+                    desktop.wait_frame(alpha, SCREEN, "fill", timeout=2)
+                    return True
+                except AssertionError:
+                    return False
+            wait_for(filled, timeout=20, what="the chord from the new file to fill")
+
     def test_the_x_server_going_away_ends_the_app(self):
         with AppDesktop("openbox", "lost") as desktop:
             app = desktop.start_app()
