@@ -387,6 +387,9 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
             syncClientList();
             active_.reset();
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
+        } else if (event.atom == ewmh_._NET_CURRENT_DESKTOP) {
+            currentDesktop_.reset();
+            refreshSoon();
         } else if (event.atom == ewmh_._NET_CLIENT_LIST_STACKING) {
             stacking_.reset();
             refreshSoon();
@@ -418,7 +421,21 @@ void X11WindowSystem::refreshSoon() {
         if (lost_) return;
         stacking();
         activeWindow();
+        currentDesktop();
     });
+}
+
+std::uint32_t X11WindowSystem::currentDesktop() {
+    if (!currentDesktop_) {
+        Reply reply(xcb_get_property_reply(
+            connection_,
+            getProperty(connection_, root_, ewmh_._NET_CURRENT_DESKTOP, XCB_ATOM_CARDINAL),
+            nullptr));
+        const std::vector<std::uint32_t> values = cardinals(reply.value);
+        // Without workspaces every window is on the one there is.
+        currentDesktop_ = values.empty() ? 0xffffffffu : values.front();
+    }
+    return *currentDesktop_;
 }
 
 xcb_window_t X11WindowSystem::activeWindow() {
@@ -613,11 +630,12 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
     // trip for the lot, however many windows there are.
     struct Pending {
         xcb_get_property_cookie_t type, state, windowClass, name, legacyName, pid, frameExtents,
-            gtkExtents;
+            gtkExtents, desktop;
         xcb_get_geometry_cookie_t geometry;
         xcb_translate_coordinates_cookie_t origin;
         bool known;
     };
+    const std::uint32_t current = currentDesktop();
     std::vector<Pending> pending;
     pending.reserve(ids.size());
     for (xcb_window_t id : ids) {
@@ -634,6 +652,7 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         p.legacyName = getProperty(connection_, id, XCB_ATOM_WM_NAME);
         p.frameExtents = getProperty(connection_, id, ewmh_._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL);
         p.gtkExtents = getProperty(connection_, id, gtkFrameExtents_, XCB_ATOM_CARDINAL);
+        p.desktop = getProperty(connection_, id, ewmh_._NET_WM_DESKTOP, XCB_ATOM_CARDINAL);
         p.geometry = xcb_get_geometry(connection_, id);
         p.origin = xcb_translate_coordinates(connection_, id, root_, 0, 0);
         pending.push_back(p);
@@ -672,6 +691,7 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         Reply legacyName(xcb_get_property_reply(connection_, p.legacyName, nullptr));
         Reply frameExtents(xcb_get_property_reply(connection_, p.frameExtents, nullptr));
         Reply gtkExtents(xcb_get_property_reply(connection_, p.gtkExtents, nullptr));
+        Reply desktop(xcb_get_property_reply(connection_, p.desktop, nullptr));
         Reply geometry(xcb_get_geometry_reply(connection_, p.geometry, nullptr));
         Reply origin(xcb_translate_coordinates_reply(connection_, p.origin, nullptr));
         if (!geometry || !origin) {
@@ -697,7 +717,11 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         info.processId = tracked.processId;
         info.title = propertyText(name.value);
         if (info.title.empty()) info.title = propertyText(legacyName.value);
-        info.hidden = contains(states, ewmh_._NET_WM_STATE_HIDDEN);
+        // A window on another workspace is as out of sight as a minimised one.
+        const std::vector<std::uint32_t> onDesktop = cardinals(desktop.value);
+        const bool elsewhere = current != 0xffffffffu && !onDesktop.empty() &&
+                               onDesktop.front() != 0xffffffffu && onDesktop.front() != current;
+        info.hidden = contains(states, ewmh_._NET_WM_STATE_HIDDEN) || elsewhere;
         const double left = origin->dst_x, top = origin->dst_y;
         info.frame = {left - static_cast<double>(frame.left - shadow.left),
                       top - static_cast<double>(frame.top - shadow.top),

@@ -203,6 +203,19 @@ class Tiling:
         self.desktop.key("l")
         self.assertIsNone(self.desktop.overlay(min_width=0))
 
+    def test_a_layout_takes_only_the_windows_of_the_current_workspace(self):
+        alpha = self.open("alpha")
+        beta = self.open("beta", geometry="300x300+600+100")
+        away = self.open("gamma", geometry="300x300+300+500")
+        self.desktop.run("wmctrl", "-i", "-r", str(away), "-t", "1")
+        wait_for(lambda: "= 1" in self.desktop.xprop(away, "_NET_WM_DESKTOP"),
+                 what="gamma to move to the second workspace")
+        self.desktop.activate(alpha)
+        self.desktop.key("ctrl+alt+1")
+        halves = {tile_frame("left-half", SCREEN, 0), tile_frame("right-half", SCREEN, 0)}
+        wait_for(lambda: {self.desktop.frame(alpha), self.desktop.frame(beta)} == halves,
+                 timeout=10, what="layout 1 to halve the two windows in sight")
+
     def test_only_one_display_shows_a_notice(self):
         alpha = self.open("alpha")
         self.desktop.activate(alpha)
