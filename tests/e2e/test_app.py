@@ -108,15 +108,7 @@ class Tiling:
         self.addCleanup(self.desktop.run, "xmodmap", "-e", "keycode 41 = f F", "-e",
                         "keycode 42 = g G")
         self.desktop.activate(alpha)
-
-        def filled():
-            self.desktop.key("ctrl+alt+f")
-            try:
-                self.desktop.wait_frame(alpha, SCREEN, "fill", timeout=2)
-                return True
-            except AssertionError:
-                return False
-        wait_for(filled, timeout=30, what="ctrl+opt+f on its new key to fill")
+        self.press_until("ctrl+alt+f", alpha, SCREEN, "ctrl+opt+f on its new key to fill")
 
     def test_size_hints_land_anchored_to_the_tiles_corner(self):
         term, _ = self.desktop.xterm()
@@ -306,8 +298,19 @@ class Tiling:
             return free
         wait_for(old_chord_free, what="ctrl+opt+f to be released")
         self.desktop.activate(alpha)
-        self.desktop.key("ctrl+alt+g")
-        self.desktop.wait_frame(alpha, SCREEN, "the new chord to fill")
+        self.press_until("ctrl+alt+g", alpha, SCREEN, "the new chord to fill")
+
+    def press_until(self, chord, wid, frame, what):
+        """Presses `chord` until `wid` has `frame`: the app takes the chord in its own time
+        after a change it was told of."""
+        def there():
+            self.desktop.key(chord)
+            try:
+                self.desktop.wait_frame(wid, frame, what, timeout=2)
+                return True
+            except AssertionError:
+                return False
+        wait_for(there, timeout=30, what=what)
 
     def test_tile_gap_and_a_maximized_window(self):
         alpha = self.open("alpha", "--maximized")
