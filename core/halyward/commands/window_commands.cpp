@@ -20,19 +20,20 @@ CommandOutput windowCommand(const CommandRun& run) {
     }
     if (run.context.sendToApp) return run.context.sendToApp(run.arguments, run.invocation.timeout);
 
-    // From here on this router runs inside the app.
+    // From here on this router runs inside the app, which reads the configuration and never
+    // creates it: its one write to the file is `layout save`.
     std::string_view what;
     switch (command.kind()) {
         case Command::Kind::ping:
             return success("pong", JSONObject{{"version", HalywardVersion::current}});
         case Command::Kind::tile: {
-            const HalywardConfig config = run.load().decode();
+            const HalywardConfig config = run.read().decode();
             resolveTarget(command.asTile()->target, config, run.context.findApplication);
             what = "Tiling windows";
             break;
         }
         case Command::Kind::layoutApply: {
-            const HalywardConfig config = run.load().decode();
+            const HalywardConfig config = run.read().decode();
             const std::string& name = command.asLayoutApply()->name;
             const bool known = std::any_of(config.layouts.begin(), config.layouts.end(),
                                            [&](const Layout& l) { return l.name == name; });

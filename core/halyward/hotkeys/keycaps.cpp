@@ -1,6 +1,7 @@
 #include "halyward/hotkeys/keycaps.hpp"
 
 #include <array>
+#include <optional>
 #include <utility>
 
 #include "halyward/base/error.hpp"
@@ -79,6 +80,41 @@ std::vector<std::string> hotkeyKeycaps(std::string_view chordText) {
         rest.remove_prefix(plus + 1);
     }
     return caps;
+}
+
+std::string readableHotkey(std::string_view chord, HotkeyStyle style) {
+    std::string text;
+    if (style == HotkeyStyle::keycaps) {
+        for (const std::string& cap : hotkeyKeycaps(chord)) text += cap;
+        return text;
+    }
+    std::optional<HotkeyChord> parsed;
+    try {
+        parsed = HotkeyParser::parse(chord);
+    } catch (const HalywardError&) {
+        // Text that is no chord keeps its pieces, joined as a chord's would be.
+        for (const std::string& cap : hotkeyKeycaps(chord)) text += (text.empty() ? "" : "+") + cap;
+        return text;
+    }
+    static constexpr std::pair<HotkeyModifier, std::string_view> words[] = {
+        {HotkeyModifier::leader, "Leader"}, {HotkeyModifier::shift, "Shift"},
+        {HotkeyModifier::ctrl, "Ctrl"},     {HotkeyModifier::opt, "Alt"},
+        {HotkeyModifier::cmd, "Super"},
+    };
+    for (const auto& [modifier, word] : words) {
+        if (parsed->modifiers.count(modifier) != 0) text += std::string(word) + "+";
+    }
+    // Arrows are words in GTK's labels too; every other key shows its face.
+    const std::string& name = parsed->key.canonical();
+    const bool arrow = parsed->key.kind() == HotkeyKey::Kind::named &&
+                       (name == "left" || name == "right" || name == "up" || name == "down");
+    if (arrow) {
+        text += static_cast<char>(name[0] - 'a' + 'A');
+        text += name.substr(1);
+    } else {
+        text += hotkeyKeyFace(parsed->key);
+    }
+    return text;
 }
 
 }  // namespace halyward

@@ -19,4 +19,21 @@ std::string hotkeyKeyFace(const HotkeyKey& key);
 /// its non-empty "+"-separated pieces, trimmed, as they are.
 std::vector<std::string> hotkeyKeycaps(std::string_view text);
 
+/// How a chord is spelled for people: keycap glyphs run together ("⌃⌥M"), as macOS menus
+/// show shortcuts, or modifier words joined by "+" in GTK's order ("Ctrl+Alt+M"), as GTK
+/// menus show them; opt reads as Alt and cmd as Super there.
+enum class HotkeyStyle { keycaps, words };
+
+/// The spelling of the platform the program is built for, so that a chord reads like the
+/// menus beside it.
+#if defined(__APPLE__)
+inline constexpr HotkeyStyle nativeHotkeyStyle = HotkeyStyle::keycaps;
+#else
+inline constexpr HotkeyStyle nativeHotkeyStyle = HotkeyStyle::words;
+#endif
+
+/// A chord as the slim bar and the tile-mode panel show it in `style`; empty for empty
+/// text. Text that is not a chord (yet) is shown as its pieces.
+std::string readableHotkey(std::string_view chord, HotkeyStyle style = nativeHotkeyStyle);
+
 }  // namespace halyward

@@ -4,8 +4,6 @@
 #include "halyward/config/config_file.hpp"
 #include "halyward/host/page_script.hpp"
 #include "halyward/hotkeys/effective_hotkeys.hpp"
-#include "halyward/hotkeys/hotkey_parser.hpp"
-#include "halyward/hotkeys/keycaps.hpp"
 
 #include <optional>
 #include <utility>
@@ -57,41 +55,6 @@ HalywardConfig loadHostConfig(std::string_view home) {
     } catch (...) {
         return HalywardConfig{};
     }
-}
-
-std::string readableHotkey(std::string_view chord, HotkeyStyle style) {
-    std::string text;
-    if (style == HotkeyStyle::keycaps) {
-        for (const std::string& cap : hotkeyKeycaps(chord)) text += cap;
-        return text;
-    }
-    std::optional<HotkeyChord> parsed;
-    try {
-        parsed = HotkeyParser::parse(chord);
-    } catch (const HalywardError&) {
-        // Text that is no chord keeps its pieces, joined as a chord's would be.
-        for (const std::string& cap : hotkeyKeycaps(chord)) text += (text.empty() ? "" : "+") + cap;
-        return text;
-    }
-    static constexpr std::pair<HotkeyModifier, std::string_view> words[] = {
-        {HotkeyModifier::leader, "Leader"}, {HotkeyModifier::shift, "Shift"},
-        {HotkeyModifier::ctrl, "Ctrl"},     {HotkeyModifier::opt, "Alt"},
-        {HotkeyModifier::cmd, "Super"},
-    };
-    for (const auto& [modifier, word] : words) {
-        if (parsed->modifiers.count(modifier) != 0) text += std::string(word) + "+";
-    }
-    // Arrows are words in GTK's labels too; every other key shows its face.
-    const std::string& name = parsed->key.canonical();
-    const bool arrow = parsed->key.kind() == HotkeyKey::Kind::named &&
-                       (name == "left" || name == "right" || name == "up" || name == "down");
-    if (arrow) {
-        text += static_cast<char>(name[0] - 'a' + 'A');
-        text += name.substr(1);
-    } else {
-        text += hotkeyKeyFace(parsed->key);
-    }
-    return text;
 }
 
 std::string userAgentFor(const AppSettings& settings) {

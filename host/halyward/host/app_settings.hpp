@@ -3,6 +3,7 @@
 /// script and user-agent choice, the window chrome and the app's hotkey.
 
 #include "halyward/config/config.hpp"
+#include "halyward/hotkeys/keycaps.hpp"
 
 #include <string>
 #include <string_view>
@@ -35,23 +36,6 @@ AppSettings appSettings(const HalywardConfig& config, std::string_view slug,
 /// The configuration at `HalywardPaths::configFile(home)`; the defaults when it is
 /// missing, unreadable or does not parse. Never writes anything.
 HalywardConfig loadHostConfig(std::string_view home);
-
-/// How the slim bar spells a chord: keycap glyphs run together ("⌃⌥M"), as macOS menus
-/// show shortcuts, or modifier words joined by "+" in GTK's order ("Ctrl+Alt+M"), as GTK
-/// menus show them; opt reads as Alt and cmd as Super there.
-enum class HotkeyStyle { keycaps, words };
-
-/// The spelling of the platform the host is built for, so that the bar reads like the
-/// menus beside it.
-#if defined(__APPLE__)
-inline constexpr HotkeyStyle nativeHotkeyStyle = HotkeyStyle::keycaps;
-#else
-inline constexpr HotkeyStyle nativeHotkeyStyle = HotkeyStyle::words;
-#endif
-
-/// A chord as the slim bar shows it in `style`; empty for empty text. Text that is not a
-/// chord (yet) is shown as its pieces.
-std::string readableHotkey(std::string_view chord, HotkeyStyle style = nativeHotkeyStyle);
 
 /// The user agent of a web app that does not ask for the platform's: "Halyward/" and the
 /// program's version. Empty when the app keeps the platform's user agent.

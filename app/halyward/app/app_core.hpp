@@ -1,0 +1,80 @@
+#pragma once
+/// The running app's decisions: which chord does what, tile mode, focus and moves between
+/// neighbours, layouts, displays, app hotkeys, window rules, animation, following the
+/// configuration file, and the window side of the control socket. It acts only through a
+/// `WindowSystem`, so everything here is tested against a fake one.
+
+#include "halyward/app/window_system.hpp"
+#include "halyward/base/command_output.hpp"
+#include "halyward/commands/invocation.hpp"
+#include "halyward/commands/targets.hpp"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace halyward {
+
+/// What the app core needs besides the window system. Tests fill it with fakes.
+struct AppCoreOptions {
+    /// The user's home folder, the root of every default path.
+    std::string home;
+    /// The configuration file; empty means `HalywardPaths::configFile(home)`.
+    std::string configPath;
+    /// The control socket; empty means no control server (tests drive `runCommand`).
+    std::string socketPath;
+    /// Finds an installed application by the name a user typed (the `<app>` word of
+    /// `tile` and of `[hotkeys]`); absent means names resolve only to web apps and
+    /// identifiers.
+    ApplicationLookup findApplication;
+    /// Says one line to the user's log (standard error of the app): a chord another
+    /// program holds, a configuration that no longer parses. Absent says nothing.
+    std::function<void(std::string_view line)> report;
+};
+
+/// The running app. Construct it, then `start()`; events arrive through the
+/// `WindowSystemEvents` it implements. Lives on the main thread.
+class AppCore : public WindowSystemEvents {
+public:
+    AppCore(WindowSystem& system, AppCoreOptions options);
+    ~AppCore() override;
+    AppCore(const AppCore&) = delete;
+    AppCore& operator=(const AppCore&) = delete;
+
+    /// Reads the configuration, grabs the chords, watches the file and starts the control
+    /// server (when `socketPath` is set). Throws HalywardError::unavailable when another
+    /// app already serves the socket.
+    void start();
+    /// Releases the chords and the keyboard, hides the app's own windows, stops the
+    /// control server and removes its socket. Safe to call twice.
+    void stop();
+
+    /// Runs one command line (the arguments after the program name) as the control socket
+    /// does, on the main thread.
+    CommandOutput runCommand(const std::vector<std::string>& arguments);
+
+    /// The chords that could not be grabbed at the last (re)load.
+    const std::vector<ChordGrabFailure>& grabFailures() const;
+    /// Whether tile mode is on.
+    bool tileModeActive() const;
+
+    // WindowSystemEvents.
+    void chordPressed(const HotkeyChord& chord) override;
+    void keyPressed(const KeyPress& press) override;
+    void leaderTapped() override;
+    void windowAppeared(const WindowInfo& window) override;
+    void windowVanished(WindowId id) override;
+    void windowMoved(WindowId id, const Frame& frame) override;
+    void focusChanged(std::optional<WindowId> id) override;
+    void displaysChanged() override;
+    void configurationChanged() override;
+    void windowSystemLost() override;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace halyward
