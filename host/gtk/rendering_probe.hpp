@@ -18,9 +18,10 @@ bool hasRenderNode();
 bool hardwareRendering(GdkDisplay* display);
 
 /// Sets up this process, before the toolkit starts, to draw without OpenGL: GTK renders
-/// with cairo and loads no OpenGL driver, and the web engine neither probes OpenGL nor
-/// composites, in this process and in the web processes that inherit its environment. A
-/// variable the user set stays as it is. Returns the names of the variables it set.
+/// with cairo and does not load OpenGL, and the web engine neither composites nor probes
+/// OpenGL as its context is made, here and in the web processes that inherit the
+/// environment. A variable the user set stays as it is. Returns the names of the variables
+/// it set.
 std::vector<std::string> drawWithoutOpenGL();
 
 }  // namespace halyward::gtk
