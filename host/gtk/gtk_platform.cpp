@@ -180,10 +180,11 @@ private:
 }  // namespace
 
 GtkPlatform::GtkPlatform(GtkApplication* application, std::string applicationID,
-                         bool acceleratedCompositing)
+                         bool acceleratedCompositing, std::vector<std::string> ownEnvironment)
     : app(application),
       appID(std::move(applicationID)),
       accelerated(acceleratedCompositing),
+      ownEnvironment(std::move(ownEnvironment)),
       websiteData(g_get_home_dir()),
       menu(GObjectPtr<GMenu>::adopt(g_menu_new())) {}
 
@@ -309,8 +310,10 @@ void GtkPlatform::openExternally(const std::string& url) {
     if (display != nullptr) {
         context = GObjectPtr<GAppLaunchContext>::adopt(
             G_APP_LAUNCH_CONTEXT(gdk_display_get_app_launch_context(display)));
-        // The renderer this process may have chosen for itself is not the handler's.
-        g_app_launch_context_unsetenv(context.get(), "GSK_RENDERER");
+        // How this process chose to draw is not the handler's business.
+        for (const std::string& name : ownEnvironment) {
+            g_app_launch_context_unsetenv(context.get(), name.c_str());
+        }
     }
     g_app_info_launch_default_for_uri_async(url.c_str(), context.get(), nullptr, nullptr, nullptr);
 }

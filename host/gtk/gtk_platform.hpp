@@ -22,9 +22,11 @@ class GtkChromeWindow;
 class GtkPlatform final : public Platform {
 public:
     /// `applicationID` is the desktop's id for this app (empty when the bundle has none);
-    /// `acceleratedCompositing` says whether web pages are composited on the GPU.
-    GtkPlatform(GtkApplication* application, std::string applicationID,
-                bool acceleratedCompositing);
+    /// `acceleratedCompositing` says whether web pages are composited on the GPU;
+    /// `ownEnvironment` names the environment variables the process set for itself, which
+    /// the programs it launches do not inherit.
+    GtkPlatform(GtkApplication* application, std::string applicationID, bool acceleratedCompositing,
+                std::vector<std::string> ownEnvironment = {});
     ~GtkPlatform() override;
     GtkPlatform(const GtkPlatform&) = delete;
     GtkPlatform& operator=(const GtkPlatform&) = delete;
@@ -62,6 +64,7 @@ private:
     GtkApplication* app;
     std::string appID;
     bool accelerated;
+    std::vector<std::string> ownEnvironment;
     WebsiteData websiteData;
     GObjectPtr<GMenu> menu;
     GObjectPtr<GDBusConnection> bus;

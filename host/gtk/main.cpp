@@ -18,6 +18,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -26,6 +27,8 @@ using halyward::gtk::GtkPlatform;
 struct Host {
     std::optional<halyward::BundleInfo> info;
     std::string applicationID;
+    /// The environment variables this process set for itself.
+    std::vector<std::string> ownEnvironment;
     std::unique_ptr<GtkPlatform> platform;
     std::shared_ptr<halyward::WebHostDelegate> delegate;
 };
@@ -41,8 +44,8 @@ void onStartup(GApplication* application, gpointer data) {
 #endif
     const bool accelerated =
         halyward::useAcceleratedCompositing(halyward::gtk::hardwareRendering(display));
-    host->platform = std::make_unique<GtkPlatform>(GTK_APPLICATION(application),
-                                                   host->applicationID, accelerated);
+    host->platform = std::make_unique<GtkPlatform>(
+        GTK_APPLICATION(application), host->applicationID, accelerated, host->ownEnvironment);
     host->delegate = std::make_shared<halyward::WebHostDelegate>(*host->platform, host->info);
     g_set_application_name(host->delegate->bundleName.c_str());
 }
@@ -72,13 +75,15 @@ int main(int, char** argv) {
     if (identifier && !identifier->empty()) {
         host.applicationID = halyward::applicationID(*identifier);
     }
-    // A machine with no GPU device at all draws its windows with cairo: GTK's GL renderer
-    // would run on an OpenGL emulation that costs more than it saves. GSK_RENDERER is the
-    // toolkit's only switch for it, so it is set here, before the toolkit starts a thread;
-    // one set by the user wins. Programs this process launches do not inherit it (see
-    // GtkPlatform::openExternally). A machine with a GPU keeps GTK's own choice.
+    // A machine with no GPU device at all draws without OpenGL: GTK's GL renderer, and the
+    // OpenGL that GDK and WebKit load to find out what the machine can do, would run on an
+    // emulation that costs more than it saves. The toolkit and the engine only read their
+    // switches from the environment, so they are set here, before the toolkit starts a
+    // thread; ones set by the user win. Programs this process launches do not inherit them
+    // (see GtkPlatform::openExternally). A machine with a GPU keeps the toolkit's and the
+    // engine's own choices.
     if (!halyward::useAcceleratedCompositing(halyward::gtk::hasRenderNode())) {
-        g_setenv("GSK_RENDERER", "cairo", FALSE);
+        host.ownEnvironment = halyward::gtk::drawWithoutOpenGL();
     }
 
     // The application id is also the program name, the Wayland app id and the

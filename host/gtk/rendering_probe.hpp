@@ -3,6 +3,9 @@
 
 #include <gdk/gdk.h>
 
+#include <string>
+#include <vector>
+
 namespace halyward::gtk {
 
 /// Whether the machine has a DRM render node, the device a GPU is drawn through. Touches
@@ -13,5 +16,12 @@ bool hasRenderNode();
 /// has no GPU to use, which is answered without touching OpenGL; otherwise the renderer
 /// name of a GL context on the display decides (`isSoftwareRenderer`).
 bool hardwareRendering(GdkDisplay* display);
+
+/// Sets up this process, before the toolkit starts, to draw without OpenGL: GTK renders
+/// with cairo and does not load OpenGL, and the web engine neither composites nor probes
+/// OpenGL as its context is made, here and in the web processes that inherit the
+/// environment. A variable the user set stays as it is. Returns the names of the variables
+/// it set.
+std::vector<std::string> drawWithoutOpenGL();
 
 }  // namespace halyward::gtk

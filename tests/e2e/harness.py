@@ -191,8 +191,15 @@ class Desktop:
         """A recorder that is the default handler of web addresses in the temporary home."""
         self.opened_log = self.root / "opened.txt"
         self.opened_log.touch()
+        # The drawing switches the host may set for itself, as the browser received them.
+        self.handler_env_log = self.root / "handler-env.txt"
+        self.handler_env_log.touch()
         recorder = self.root / "recorder.sh"
-        recorder.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >> "{self.opened_log}"\n')
+        recorder.write_text(
+            "#!/bin/sh\n"
+            "env | grep -E '^(GSK_RENDERER|GDK_DEBUG|GDK_DISABLE|WEBKIT_DISABLE_COMPOSITING_MODE)=' "
+            f'>> "{self.handler_env_log}"\n'
+            f'printf "%s\\n" "$1" >> "{self.opened_log}"\n')
         recorder.chmod(0o755)
         applications = self.home / ".local/share/applications"
         applications.mkdir(parents=True)
@@ -242,6 +249,9 @@ class Desktop:
 
     def opened(self):
         return self.opened_log.read_text().splitlines()
+
+    def handler_environment(self):
+        return self.handler_env_log.read_text().splitlines()
 
     def clipboard(self):
         """The clipboard's text, or none. xclip waits for the owner without end, so each

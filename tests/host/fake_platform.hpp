@@ -58,6 +58,15 @@ public:
 
 class FakeWebView : public PlatformWebView {
 public:
+    // What was in place when a load was asked for.
+    struct LoadMoment {
+        std::size_t windows = 0;
+        WebViewDelegate* delegate = nullptr;
+        std::optional<std::string> userAgent;
+        std::size_t userScripts = 0;
+        std::set<std::string> routes;
+    };
+
     FakeWebView(LiveObjects& live, PlatformWebViewConfiguration& configuration)
         : live(live), configuration(&configuration) {
         live.webViews.push_back(this);
@@ -68,6 +77,7 @@ public:
     PlatformWebViewConfiguration* configuration;
     WebViewDelegate* delegate = nullptr;
     std::vector<std::pair<std::string, double>> loads;
+    std::vector<LoadMoment> loadMoments;
     int reloads = 0, backs = 0, forwards = 0, focuses = 0;
     std::optional<std::string> url;
     std::optional<std::string> userAgent;
@@ -76,6 +86,12 @@ public:
     void setDelegate(WebViewDelegate* d) override { delegate = d; }
     void load(const std::string& address, double timeout) override {
         loads.emplace_back(address, timeout);
+        LoadMoment moment{live.windows.size(), delegate, userAgent, 0, {}};
+        if (const auto* shared = dynamic_cast<const FakeConfiguration*>(configuration)) {
+            moment.userScripts = shared->userScripts.size();
+            for (const auto& [name, handler] : shared->handlers) moment.routes.insert(name);
+        }
+        loadMoments.push_back(std::move(moment));
     }
     void reload() override { ++reloads; }
     void goBack() override { ++backs; }

@@ -74,6 +74,25 @@ TEST_F(LaunchTest, opens_the_home_page_in_a_window_of_its_own_store) {
     EXPECT_FALSE(configuration().dataStore);
 }
 
+TEST_F(LaunchTest, the_page_is_asked_for_before_the_window_is_built) {
+    // The web engine starts while the window is made, under either chrome; the view is
+    // fully wired by then, so nothing the page does early goes unanswered.
+    for (const std::string style : {"standard", "slim"}) {
+        writeConfig("[general]\nwindow_style = \"" + style + "\"\n");
+        WebWindowController& controller = launch();
+        const FakeWebView& page = view(controller);
+        ASSERT_EQ(page.loadMoments.size(), 1u) << style;
+        const FakeWebView::LoadMoment& moment = page.loadMoments[0];
+        EXPECT_EQ(moment.windows, 0u) << style;
+        EXPECT_EQ(moment.delegate, &controller) << style;
+        EXPECT_EQ(moment.userAgent, std::optional<std::string>("Halyward/1.0.1")) << style;
+        EXPECT_EQ(moment.userScripts, 1u) << style;
+        EXPECT_EQ(moment.routes, std::set<std::string>{"halywardNotify"}) << style;
+        EXPECT_EQ(window(controller).fronts, 1) << style;
+        EXPECT_EQ(window(controller).content, &page) << style;
+    }
+}
+
 TEST_F(LaunchTest, an_address_without_a_host_shows_the_alert_and_quits) {
     // An Info.plist over the size limit is refused whole, good address and all.
     const auto huge = home / "Huge.app";

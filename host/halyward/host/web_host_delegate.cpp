@@ -80,7 +80,7 @@ void WebHostDelegate::applicationDidReopen() {
 void WebHostDelegate::open(const std::string& url, PlatformWebViewConfiguration& shared,
                            const std::string& title) {
     std::shared_ptr<WebWindowController> controller = WebWindowController::make(
-        WebHostContext{&platform, bundleIdentifier}, homeURL, slug, shared, title);
+        WebHostContext{&platform, bundleIdentifier}, homeURL, slug, shared, title, url);
     const std::weak_ptr<WebHostDelegate*> weakDelegate = self;
     const std::weak_ptr<WebWindowController> weakController = controller;
     controller->onClose = [weakDelegate, weakController] {
@@ -94,7 +94,6 @@ void WebHostDelegate::open(const std::string& url, PlatformWebViewConfiguration&
         }
     };
     controllers.push_back(controller);
-    controller->webView->load(url, kLoadTimeoutSeconds);
 }
 
 }  // namespace halyward

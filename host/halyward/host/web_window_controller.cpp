@@ -23,12 +23,12 @@ AppSettings WebWindowController::readSettings(const WebHostContext& context,
 
 std::shared_ptr<WebWindowController> WebWindowController::make(
     WebHostContext context, std::string homeURL, std::string slug,
-    PlatformWebViewConfiguration& configuration, std::string title) {
+    PlatformWebViewConfiguration& configuration, std::string title, const std::string& startURL) {
     AppSettings settings = readSettings(context, slug);
     std::shared_ptr<WebWindowController> controller(
         new WebWindowController(std::move(context), std::move(homeURL), std::move(slug),
                                 configuration, title, std::move(settings)));
-    controller->finishConstruction(title);
+    controller->finishConstruction(title, startURL);
     return controller;
 }
 
@@ -54,13 +54,8 @@ WebWindowController::WebWindowController(WebHostContext context, std::string hom
 
 // The parts of construction that hand out weak references to the controller, which only
 // exist once a shared pointer owns it.
-void WebWindowController::finishConstruction(const std::string& title) {
-    const bool slim = settings.chrome == WindowChrome::slim;
-    window = std::make_unique<WebChromeWindow>(
-        platform().makeWindow(windowOptions(settings.chrome, false, title)), settings.chrome);
-    actions->owner = weak_from_this();
-    spliceActions();
-
+void WebWindowController::finishConstruction(const std::string& title,
+                                             const std::string& startURL) {
     const std::weak_ptr<WebWindowController> weak = weak_from_this();
     configuration.setScriptMessageHandler(std::string(kNotifyHandlerName),
                                           [weak](const ScriptMessage& message) {
@@ -69,6 +64,17 @@ void WebWindowController::finishConstruction(const std::string& title) {
                                           });
     webView->setDelegate(this);
     webView->setAllowsBackForwardNavigationGestures(true);
+    // The page is asked for before the window exists: starting the web engine's processes
+    // is the longest step of a launch, and it runs while the window is built and shown
+    // instead of after. The page's script, user agent, message route and delegate are in
+    // place already; everything the load reports arrives later, from the event loop.
+    webView->load(startURL, kLoadTimeoutSeconds);
+
+    const bool slim = settings.chrome == WindowChrome::slim;
+    window = std::make_unique<WebChromeWindow>(
+        platform().makeWindow(windowOptions(settings.chrome, false, title)), settings.chrome);
+    actions->owner = weak_from_this();
+    spliceActions();
 
     installContent(slim);
     watchConfig();

@@ -44,13 +44,15 @@ class WebWindowController : public WebViewDelegate,
                             public WindowDelegate,
                             public std::enable_shared_from_this<WebWindowController> {
 public:
-    /// Builds the window, web view and chrome and shows the window. Adds the page script
-    /// and the "halywardNotify" route to `configuration`, which must outlive the
-    /// controller. Use `make`: the callbacks the controller registers hold it weakly.
+    /// Builds the web view, starts loading `startURL` in it, then builds the window and
+    /// chrome and shows the window. Adds the page script and the "halywardNotify" route to
+    /// `configuration`, which must outlive the controller. Use `make`: the callbacks the
+    /// controller registers hold it weakly.
     static std::shared_ptr<WebWindowController> make(WebHostContext context, std::string homeURL,
                                                      std::string slug,
                                                      PlatformWebViewConfiguration& configuration,
-                                                     std::string title);
+                                                     std::string title,
+                                                     const std::string& startURL);
     /// Clears every delegate and route the controller set, so no platform object calls
     /// into it once it is gone.
     ~WebWindowController() override;
@@ -128,7 +130,7 @@ private:
     WebWindowController(WebHostContext context, std::string homeURL, std::string slug,
                         PlatformWebViewConfiguration& configuration, std::string title,
                         AppSettings settings);
-    void finishConstruction(const std::string& title);
+    void finishConstruction(const std::string& title, const std::string& startURL);
 
     Platform& platform() const { return *context.platform; }
     /// The app's settings as the configuration file has them now: the window reads them at
