@@ -77,10 +77,12 @@ foreach(_module IN LISTS _halyward_modules)
 endforeach()
 set_target_properties(halyward_core PROPERTIES EXPORT_NAME core)
 set_target_properties(halyward_warnings PROPERTIES EXPORT_NAME warnings)
-# The header-only stand-ins for libcurl and libcrypto, which the library opens on first use.
+# The header-only stand-ins for libcurl, libcrypto and libidn2, which the library opens on
+# first use.
 set_target_properties(halyward_curl_headers PROPERTIES EXPORT_NAME curl_headers)
 set_target_properties(halyward_crypto_headers PROPERTIES EXPORT_NAME crypto_headers)
-install(TARGETS halyward_core halyward_warnings halyward_curl_headers halyward_crypto_headers
+set_target_properties(halyward_idn2_headers PROPERTIES EXPORT_NAME idn2_headers)
+install(TARGETS halyward_core halyward_warnings halyward_curl_headers halyward_crypto_headers halyward_idn2_headers
                 ${_halyward_modules}
         EXPORT halywardTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
@@ -118,9 +120,10 @@ page and the shell completions for bash, zsh and fish.")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# libcurl and libcrypto are opened on first use (so that commands that never fetch or hash
-# start without them), which the shared-library scan cannot see; name them here.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4 (>= 7.85), libssl3")
+# libcurl, libcrypto and libidn2 are opened on first use (so that commands that never fetch,
+# hash or read an address start without them), which the shared-library scan cannot see;
+# name them here.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4 (>= 7.85), libssl3, libidn2-0")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)

@@ -50,7 +50,7 @@ pkg_check_modules(IDN2 REQUIRED IMPORTED_TARGET libidn2)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 # 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).
 find_package(CURL 7.85 REQUIRED)
-# The web-app library opens libcurl and libcrypto when it first needs them
+# The web-app library opens libcurl, libcrypto and libidn2 when it first needs them
 # (webapps/shared_library.hpp), so that the command line does not load them, and the
 # libraries behind libcurl, for every command; modules get their headers and the dynamic
 # loader only.
@@ -61,6 +61,10 @@ if(NOT TARGET halyward_curl_headers)
   add_library(halyward_crypto_headers INTERFACE)
   target_include_directories(halyward_crypto_headers INTERFACE ${OPENSSL_INCLUDE_DIR})
   target_link_libraries(halyward_crypto_headers INTERFACE ${CMAKE_DL_LIBS})
+  # libidn2 (with libunistring behind it) is only needed by app add's addresses.
+  add_library(halyward_idn2_headers INTERFACE)
+  target_include_directories(halyward_idn2_headers INTERFACE ${IDN2_INCLUDE_DIRS})
+  target_link_libraries(halyward_idn2_headers INTERFACE ${CMAKE_DL_LIBS})
 endif()
 
 if(NOT TARGET halyward_warnings)

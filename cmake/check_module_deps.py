@@ -21,13 +21,13 @@ LIBRARIES = {
     "PkgConfig::PCRE2": re.compile(r"#include <pcre2\.h>"),
     "PkgConfig::PLIST": re.compile(r"#include <plist/"),
     "PkgConfig::UUID": re.compile(r"#include <uuid/"),
-    "PkgConfig::IDN2": re.compile(r"#include <idn2\.h>"),
     "Boost::json": re.compile(r"#include <boost/json"),
     "Boost::url": re.compile(r"#include <boost/url"),
     "FastFloat::fast_float": re.compile(r"#include <fast_float/"),
-    # libcrypto and libcurl are opened at run time; modules declare their headers only.
+    # libcrypto, libcurl and libidn2 are opened at run time; modules declare their headers only.
     "halyward_crypto_headers": re.compile(r"#include <openssl/"),
     "halyward_curl_headers": re.compile(r"#include <curl/"),
+    "halyward_idn2_headers": re.compile(r"#include <idn2\.h>"),
     "Threads::Threads": re.compile(r"#include <thread>"),
 }
 MODULE_INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]halyward/([a-z_]+)/', re.MULTILINE)

@@ -5,9 +5,9 @@
 #include "halyward/text/text.hpp"
 #include "halyward/web/address.hpp"
 #include "halyward/webapps/address_text.hpp"
+#include "halyward/webapps/idn2_library.hpp"
 #include "halyward/webapps/sha256.hpp"
 
-#include <idn2.h>
 #include <uuid/uuid.h>
 
 #if defined(__APPLE__)
@@ -15,8 +15,6 @@
 #endif
 
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <system_error>
 
 namespace halyward {
@@ -62,15 +60,23 @@ bool isASCII(std::string_view text) {
     return true;
 }
 
-// libidn2's answers are allocated with malloc.
-using IDNText = std::unique_ptr<char, decltype(&std::free)>;
+// Text libidn2 answers with, given back to it when done.
+std::string takeIDNText(const detail::IDN2Library& idn2, char* text) {
+    std::string taken(text);
+    idn2.free(text);
+    return taken;
+}
 
 // The ASCII (punycode) form of an international host under the rules browsers follow
-// (UTS #46, non-transitional), or none when it is not a valid international name.
+// (UTS #46, non-transitional), or none when it is not a valid international name (or the
+// library that knows those rules is missing).
 std::optional<std::string> asciiHost(const std::string& host) {
+    const detail::IDN2Library* idn2 = detail::idn2Library();
     char* out = nullptr;
-    if (idn2_to_ascii_8z(host.c_str(), &out, IDN2_NONTRANSITIONAL) != IDN2_OK) return std::nullopt;
-    return std::string(IDNText(out, &std::free).get());
+    if (!idn2 || idn2->toASCII(host.c_str(), &out, IDN2_NONTRANSITIONAL) != IDN2_OK) {
+        return std::nullopt;
+    }
+    return takeIDNText(*idn2, out);
 }
 
 }  // namespace
@@ -134,9 +140,10 @@ std::string validatedWebURL(std::string_view text) {
 std::string displayHost(std::string_view host) {
     const std::string original(host);
     if (text::lowercased(original).find("xn--") == std::string::npos) return original;
+    const detail::IDN2Library* idn2 = detail::idn2Library();
     char* out = nullptr;
-    if (idn2_to_unicode_8z8z(original.c_str(), &out, 0) != IDN2_OK) return original;
-    const std::string unicode(IDNText(out, &std::free).get());
+    if (!idn2 || idn2->toUnicode(original.c_str(), &out, 0) != IDN2_OK) return original;
+    const std::string unicode = takeIDNText(*idn2, out);
     // The decoder alone accepts labels that no valid name encodes to; only a name that
     // encodes back to the same host is shown.
     const auto again = asciiHost(unicode);
