@@ -217,7 +217,11 @@ TEST_F(AppCommandsTest, the_control_socket_answers_on_the_main_thread_and_is_one
     EXPECT_EQ(frameOf(2), tile(TileSlot::leftHalf));
 
     FakeWindowSystem other;
-    AppCore second(other, AppCoreOptions{home.path.string(), configPath(), socketPath, {}, {}});
+    AppCoreOptions options;
+    options.home = home.path.string();
+    options.configPath = configPath();
+    options.socketPath = socketPath;
+    AppCore second(other, options);
     EXPECT_THROW(second.start(), HalywardError);
     EXPECT_TRUE(other.grabbed.empty()) << "a second app takes no chord";
 

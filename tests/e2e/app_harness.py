@@ -219,7 +219,7 @@ class AppDesktop:
                               timeout=timeout)
 
     def socket_path(self):
-        return self.home / "Library" / "Application Support" / "Halyward" / "halyward.sock"
+        return self.root / "run" / "halyward" / "halyward.sock"
 
     # --- X clients ------------------------------------------------------------------------
 

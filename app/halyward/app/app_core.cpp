@@ -2,6 +2,7 @@
 
 #include "halyward/app/app_core_impl.hpp"
 #include "halyward/app/app_hotkeys.hpp"
+#include "halyward/app/autostart.hpp"
 #include "halyward/app/desktop.hpp"
 #include "halyward/app/tile_mode.hpp"
 #include "halyward/app/tile_panel.hpp"
@@ -132,6 +133,13 @@ void AppCore::Impl::applyConfiguration() {
     } else {
         say("Halyward cannot watch " + text::quoted(leader->canonical()) +
             " as the leader key here, so chords with leader+ do nothing.");
+    }
+
+    if (!options.autostartFile.empty()) {
+        std::string error;
+        applyAutostart(options.autostartFile, current.general.launchAtLogin, options.executable,
+                       error);
+        if (!error.empty()) say(error);
     }
 
     rules = detail::WindowRules(current, options.findApplication);

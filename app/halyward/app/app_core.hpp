@@ -32,6 +32,11 @@ struct AppCoreOptions {
     /// Says one line to the user's log (standard error of the app): a chord another
     /// program holds, a configuration that no longer parses. Absent says nothing.
     std::function<void(std::string_view line)> report;
+    /// The session's autostart entry that `launch_at_login` keeps (see autostart.hpp);
+    /// empty leaves starting at login alone.
+    std::string autostartFile;
+    /// The absolute path of the running app's executable, which that entry starts.
+    std::string executable;
 };
 
 /// The running app. Construct it, then `start()`; events arrive through the

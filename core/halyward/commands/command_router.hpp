@@ -7,6 +7,7 @@
 #include "halyward/base/command_output.hpp"
 #include "halyward/commands/invocation.hpp"
 #include "halyward/commands/targets.hpp"
+#include "halyward/system/platform_paths.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
 
 #include <functional>
@@ -23,6 +24,9 @@ struct CommandContext {
     /// The configuration file when the invocation has no `--config`; empty means
     /// `HalywardPaths::configFile(home)`.
     std::string configPath;
+    /// The socket and state paths in use, shown by `doctor`; an empty socket path means
+    /// those of this platform for `home` with no XDG variables set.
+    PlatformPaths paths;
     /// Where relative folders typed by the user start.
     std::string workingDirectory;
     /// Whether `confirm` may be asked; false when nobody is there to answer.

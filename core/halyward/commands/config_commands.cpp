@@ -2,6 +2,7 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/commands/doctor.hpp"
+#include "halyward/commands/doctor_status.hpp"
 #include "halyward/config/config_json.hpp"
 
 #include <optional>
@@ -38,7 +39,9 @@ CommandOutput configShow(const CommandRun& run) {
     return success(std::move(message), configJSON(file.decode()));
 }
 
-CommandOutput doctor(const CommandRun& run) {
+namespace {
+
+std::vector<DoctorFinding> configurationFindings(const CommandRun& run) {
     std::optional<ConfigFile> file;
     std::vector<DoctorFinding> findings;
     try {
@@ -48,13 +51,22 @@ CommandOutput doctor(const CommandRun& run) {
             findings = doctorTextFindings(*text);
         }
     } catch (const HalywardError& error) {
-        return doctorOutput({doctorFinding(error)});
+        return {doctorFinding(error)};
     }
     std::vector<DoctorFinding> more =
         doctorFindings(file->decode(), run.appsDirectory(),
                        [&run](const std::string& path) { return run.exists(path); });
     findings.insert(findings.end(), more.begin(), more.end());
-    return doctorOutput(findings);
+    return findings;
+}
+
+}  // namespace
+
+CommandOutput doctor(const CommandRun& run) {
+    CommandOutput output = doctorOutput(configurationFindings(run));
+    // The paths come after the findings, so the first line still says whether all is well.
+    output.message += "\n\n" + doctorPathLines(run.paths());
+    return output;
 }
 
 }  // namespace halyward::commands
