@@ -86,6 +86,7 @@ int main() {
     // The same path the command line asks, so `halyward ping` reaches this process.
     options.socketPath = paths.socketFile;
     options.autostartFile = paths.autostartFile;
+    options.commandFile = paths.commandFile;
     std::error_code noLink;
     options.executable = std::filesystem::read_symlink("/proc/self/exe", noLink).string();
     options.findApplication = [dataFolders](std::string_view name) {

@@ -173,6 +173,7 @@ void AppCore::Impl::run(const detail::ChordCommand& command) {
             }
             break;
         case detail::ChordCommand::Kind::app: pressAppHotkey(command.bundleIdentifier); break;
+        case detail::ChordCommand::Kind::agent: pressAgent(); break;
     }
 }
 

@@ -37,6 +37,9 @@ struct AppCoreOptions {
     std::string autostartFile;
     /// The absolute path of the running app's executable, which that entry starts.
     std::string executable;
+    /// Where the agent chord writes its launcher script; empty means the state folder of
+    /// this platform for `home`.
+    std::string commandFile;
 };
 
 /// The running app. Construct it, then `start()`; events arrive through the

@@ -37,6 +37,8 @@ struct AppCore::Impl {
     // Keys.
     void run(const detail::ChordCommand& command);
     void pressAppHotkey(const std::string& identity);
+    // agent_chord_run.cpp.
+    void pressAgent();
     void enterTileMode();
     void leaveTileMode();
     void tileModeKey(const KeyPress& press);

@@ -24,6 +24,8 @@ struct ChordCommand {
         tile,
         // An application's hotkey (`bundleIdentifier`).
         app,
+        // `agent_command` in a terminal.
+        agent,
     };
     Kind kind = Kind::tile;
     std::optional<TileAction> action;
