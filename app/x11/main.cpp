@@ -3,6 +3,7 @@
 // talks to. It takes no arguments and runs until it is told to stop (SIGTERM, SIGINT) or
 // the X server goes away.
 
+#include "citizen.hpp"
 #include "event_loop.hpp"
 #include "halyward/app/app_core.hpp"
 #include "halyward/app/window_identity.hpp"
@@ -93,6 +94,8 @@ int main() {
         return findDesktopApplication(name, dataFolders);
     };
     options.report = say;
+    x11::DesktopCitizen citizen(loop, paths, options.executable);
+    options.configurationApplied = citizen.configurationApplied();
 
     AppCore core(*system, options);
     system->setEvents(&core);
@@ -117,6 +120,8 @@ int main() {
         return failure.exitCode;
     }
 
+    // Only the one instance that runs shows a tray item.
+    citizen.attach(core);
     loop.run();
     core.stop();
     if (signals >= 0) ::close(signals);

@@ -10,8 +10,12 @@ import time
 import unittest
 from pathlib import Path
 
+import dbus
+
 from app_harness import AppDesktop
 from harness import wait_for
+
+HERE = Path(__file__).resolve().parent
 
 
 def mode(path):
@@ -98,6 +102,71 @@ class Citizen(unittest.TestCase):
         self.desktop.key("ctrl+alt+a")
         wait_for(lambda: "agent_command" in self.desktop.log(), what="the notice")
 
+    # --- the tray --------------------------------------------------------------------------
+
+    def start_tray_host(self, name):
+        log = self.desktop.root / f"{name}.log"
+        with open(log, "wb") as out:
+            host = self.desktop.spawn([sys.executable, str(HERE / "tray_host.py")], stdout=out,
+                                      stderr=subprocess.STDOUT)
+        wait_for(lambda: "ready" in log.read_text(), what="the tray host stand-in")
+        return host, log
+
+    def registered(self, log):
+        """The item's bus name once it registered with the host."""
+        lines = [line.split() for line in log.read_text().splitlines() if line != "ready"]
+        return lines[-1][1] if lines else None
+
+    def menu(self, bus, service):
+        """The menu as {label: (id, properties)}, submenus flattened."""
+        item = bus.get_object(service, "/StatusNotifierItem")
+        path = item.Get("org.kde.StatusNotifierItem", "Menu", dbus_interface=dbus.PROPERTIES_IFACE)
+        menu = dbus.Interface(bus.get_object(service, path), "com.canonical.dbusmenu")
+        _, root = menu.GetLayout(0, -1, [])
+        found = {}
+
+        def walk(node):
+            ident, properties, children = node
+            if "label" in properties:
+                found[str(properties["label"])] = (int(ident), dict(properties))
+            for child in children:
+                walk(child)
+        walk(root)
+        return menu, found
+
+    def test_the_tray_item_and_its_menu_reach_a_host_that_comes_and_goes(self):
+        self.configure('[layouts.work]\nalpha = "left-half"')
+        bus = dbus.bus.BusConnection(self.desktop.env["DBUS_SESSION_BUS_ADDRESS"])
+        # The app started with no host on the bus; one that appears later gets the item.
+        host, log = self.start_tray_host("tray-host-1")
+        service = wait_for(lambda: self.registered(log), what="the item to register")
+        menu, items = self.menu(bus, service)
+        for label in ("Tile mode", "Layouts", "work", "Web apps", "New web app…",
+                      "Edit configuration", "Start at login", "Quit Halyward"):
+            self.assertIn(label, items)
+        login, properties = items["Start at login"]
+        self.assertEqual(properties.get("toggle-type"), "checkmark")
+        self.assertEqual(int(properties.get("toggle-state", 0)), 0)
+
+        # Choosing "Start at login" flips the setting in the file and the entry on disk.
+        # Each change of the file builds the menu again, with new item ids.
+        for on in (True, False):
+            menu, items = self.menu(bus, service)
+            login = items["Start at login"][0]
+            menu.Event(login, "clicked", dbus.Int32(0, variant_level=1), dbus.UInt32(0))
+            wait_for(lambda: self.autostart.exists() == on, what=f"the autostart entry {on}")
+            text = self.desktop.config_path.read_text()
+            self.assertIn(f"launch_at_login = {'true' if on else 'false'}", text)
+            wait_for(lambda: int(self.menu(bus, service)[1]["Start at login"][1]
+                                 .get("toggle-state", 0)) == int(on),
+                     what="the check mark to follow")
+
+        # A host that goes away and comes back gets the item again.
+        host.terminate()
+        host.wait(5)
+        _, log = self.start_tray_host("tray-host-2")
+        self.assertEqual(wait_for(lambda: self.registered(log), what="the item again"), service)
+        self.assertEqual(self.desktop.cli("ping").returncode, 0)
 
 
 if __name__ == "__main__":

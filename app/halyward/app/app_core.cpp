@@ -144,6 +144,7 @@ void AppCore::Impl::applyConfiguration() {
 
     rules = detail::WindowRules(current, options.findApplication);
     for (const std::string& problem : rules.problems) say(problem);
+    if (options.configurationApplied) options.configurationApplied();
 
     if (tileMode) {
         // The panel shows the chords in force.
