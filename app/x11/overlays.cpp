@@ -5,6 +5,7 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <vector>
 

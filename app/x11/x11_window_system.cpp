@@ -4,7 +4,6 @@
 #include "launcher.hpp"
 #include "overlays.hpp"
 
-#include <X11/keysym.h>
 #include <xcb/randr.h>
 #include <xcb/xcb_icccm.h>
 // The XKB header names a structure field "explicit", a C++ keyword; the field is never
@@ -15,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -39,10 +39,7 @@ struct Reply {
     explicit operator bool() const { return value != nullptr; }
 };
 
-/// Left, right, top, bottom.
-struct Extents {
-    std::int64_t left = 0, right = 0, top = 0, bottom = 0;
-};
+using Extents = FrameEdges;
 
 Extents extentsFrom(xcb_get_property_reply_t* reply) {
     Extents extents;
@@ -155,7 +152,13 @@ X11WindowSystem::X11WindowSystem(EventLoop& loop, xcb_connection_t* connection, 
     xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, rootEvents);
     const xcb_query_extension_reply_t* randr = xcb_get_extension_data(connection_, &xcb_randr_id);
     if (randr != nullptr && randr->present) {
-        randr_ = true;
+        // Monitors came with RandR 1.5; the server answers a client by the version it
+        // announced.
+        Reply version(xcb_randr_query_version_reply(
+            connection_, xcb_randr_query_version(connection_, 1, 5), nullptr));
+        randr_ = version && (version->major_version > 1 || version->minor_version >= 5);
+    }
+    if (randr_) {
         randrEventBase_ = randr->first_event;
         xcb_randr_select_input(connection_, root_,
                                XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE |
@@ -170,7 +173,10 @@ X11WindowSystem::X11WindowSystem(EventLoop& loop, xcb_connection_t* connection, 
                       XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, clockValues);
 
     overlays_ = std::make_unique<Overlays>(connection_, screen_);
-    launcher_ = std::make_unique<Launcher>();
+    startupInfoBegin_ = internAtom(connection_, "_NET_STARTUP_INFO_BEGIN");
+    startupInfo_ = internAtom(connection_, "_NET_STARTUP_INFO");
+    launcher_ = std::make_unique<Launcher>(
+        [this](const std::string& message) { announceStartup(message); });
     clientListChanged(false);
 
     loop_.watch(xcb_get_file_descriptor(connection_), [this] { readEvents(); });
@@ -235,8 +241,7 @@ void X11WindowSystem::handle(xcb_generic_event_t* event) {
             screen_->width_in_pixels = change->width;
             screen_->height_in_pixels = change->height;
         }
-        displays_.reset();
-        if (events_ != nullptr) events_->displaysChanged();
+        displaysMayHaveChanged();
         return;
     }
     if (xkb_ && type == xkbEventBase_) {
@@ -275,8 +280,7 @@ void X11WindowSystem::handle(xcb_generic_event_t* event) {
         case XCB_CONFIGURE_NOTIFY: {
             auto* configure = reinterpret_cast<xcb_configure_notify_event_t*>(event);
             if (configure->window == root_) {
-                displays_.reset();
-                if (events_ != nullptr) events_->displaysChanged();
+                displaysMayHaveChanged();
                 break;
             }
             auto found = tracked_.find(configure->window);
@@ -329,6 +333,8 @@ void X11WindowSystem::handleKeyPress(const xcb_key_press_event_t& event) {
             if (!press.key.canonical().empty() || !press.text.empty()) events_->keyPressed(press);
         }
     } else if (isLeader) {
+        // The state before this press: whether Caps Lock was on before the key toggled it.
+        if (!leaderDown_) leaderWasLocked_ = (event.state & XCB_MOD_MASK_LOCK) != 0;
         leaderDown_ = true;
     } else {
         leaderDown_ = false;
@@ -353,6 +359,12 @@ void X11WindowSystem::handleKeyRelease(const xcb_key_release_event_t& event) {
         std::find(leaderCodes_.begin(), leaderCodes_.end(), event.detail) != leaderCodes_.end();
     if (isLeader && leaderDown_) {
         leaderDown_ = false;
+        // Tapped as the leader, the key must not also switch Caps Lock: its lock goes back
+        // to what it was.
+        if (xkb_) {
+            xcb_xkb_latch_lock_state(connection_, XCB_XKB_ID_USE_CORE_KBD, XCB_MOD_MASK_LOCK,
+                                     leaderWasLocked_ ? XCB_MOD_MASK_LOCK : 0, 0, 0, 0, 0, 0);
+        }
         eventTime_ = event.time;
         if (events_ != nullptr) events_->leaderTapped();
         eventTime_ = 0;
@@ -373,24 +385,69 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
             // A window that has just appeared is often focused at once: it is made known
             // before the focus moves to it.
             syncClientList();
+            active_.reset();
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
+        } else if (event.atom == ewmh_._NET_CLIENT_LIST_STACKING) {
+            stacking_.reset();
+            refreshSoon();
         } else if (event.atom == ewmh_._NET_WORKAREA) {
-            displays_.reset();
-            if (events_ != nullptr) events_->displaysChanged();
+            displaysMayHaveChanged();
         }
         return;
     }
     auto found = tracked_.find(event.window);
     if (found == tracked_.end()) return;
     if (event.atom == ewmh_._NET_WM_STRUT_PARTIAL || event.atom == ewmh_._NET_WM_STRUT) {
-        displays_.reset();
-        if (events_ != nullptr) events_->displaysChanged();
+        displaysMayHaveChanged();
+    } else if (event.atom == ewmh_._NET_WM_STATE) {
+        found->second.placementKnown = false;
     } else if (found->second.userWindow &&
                (event.atom == ewmh_._NET_FRAME_EXTENTS || event.atom == gtkFrameExtents_)) {
+        found->second.placementKnown = false;
         if (auto frame = visibleFrame(event.window); frame && events_ != nullptr) {
             events_->windowMoved(event.window, *frame);
         }
     }
+}
+
+void X11WindowSystem::refreshSoon() {
+    if (refreshPending_) return;
+    refreshPending_ = true;
+    loop_.post([this] {
+        refreshPending_ = false;
+        if (lost_) return;
+        stacking();
+        activeWindow();
+    });
+}
+
+xcb_window_t X11WindowSystem::activeWindow() {
+    if (!active_) {
+        xcb_window_t active = 0;
+        if (xcb_ewmh_get_active_window_reply(&ewmh_, xcb_ewmh_get_active_window(&ewmh_, 0), &active,
+                                             nullptr) == 0) {
+            active = 0;
+        }
+        active_ = active;
+    }
+    return *active_;
+}
+
+std::vector<xcb_window_t> X11WindowSystem::stacking() {
+    if (!stacking_) stacking_ = clientList(ewmh_._NET_CLIENT_LIST_STACKING);
+    return *stacking_;
+}
+
+void X11WindowSystem::displaysMayHaveChanged() {
+    displays_.reset();
+    // A monitor change comes as a screen, a CRTC and an output notice, and a new panel as
+    // a client list and a work area change: the core hears of it once.
+    if (displaysPending_) return;
+    displaysPending_ = true;
+    loop_.post([this] {
+        displaysPending_ = false;
+        if (!lost_ && events_ != nullptr) events_->displaysChanged();
+    });
 }
 
 void X11WindowSystem::syncClientList() {
@@ -425,7 +482,7 @@ void X11WindowSystem::clientListChanged(bool report) {
     if (added.empty()) {
         if (strutsChanged) {
             displays_.reset();
-            if (report && events_ != nullptr) events_->displaysChanged();
+            if (report) displaysMayHaveChanged();
         }
         return;
     }
@@ -441,7 +498,7 @@ void X11WindowSystem::clientListChanged(bool report) {
     }
     if (strutsChanged) displays_.reset();
     if (!report || events_ == nullptr) return;
-    if (strutsChanged) events_->displaysChanged();
+    if (strutsChanged) displaysMayHaveChanged();
     for (const WindowInfo& window : described) {
         if (tracked_[static_cast<xcb_window_t>(window.id)].userWindow) {
             events_->windowAppeared(window);
@@ -623,6 +680,13 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         }
         const std::vector<std::uint32_t> states = cardinals(state.value);
         if (contains(states, ewmh_._NET_WM_STATE_SKIP_TASKBAR)) tracked.userWindow = false;
+        const Extents frame = extentsFrom(frameExtents.value);
+        const Extents shadow = extentsFrom(gtkExtents.value);
+        tracked.placementKnown = true;
+        tracked.maximized = contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT) ||
+                            contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ);
+        tracked.decorations = frame;
+        tracked.shadow = shadow;
         tracked_[id] = tracked;
         if (usersOnly && !tracked.userWindow) continue;
 
@@ -634,8 +698,6 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         info.title = propertyText(name.value);
         if (info.title.empty()) info.title = propertyText(legacyName.value);
         info.hidden = contains(states, ewmh_._NET_WM_STATE_HIDDEN);
-        const Extents frame = extentsFrom(frameExtents.value);
-        const Extents shadow = extentsFrom(gtkExtents.value);
         const double left = origin->dst_x, top = origin->dst_y;
         info.frame = {left - static_cast<double>(frame.left - shadow.left),
                       top - static_cast<double>(frame.top - shadow.top),
@@ -649,11 +711,11 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
 }
 
 std::vector<WindowInfo> X11WindowSystem::windows() {
-    std::vector<xcb_window_t> stacking = clientList(ewmh_._NET_CLIENT_LIST_STACKING);
-    if (stacking.empty()) stacking = clients_;
+    std::vector<xcb_window_t> order = stacking();
+    if (order.empty()) order = clients_;
     // The stacking list runs bottom to top; the core wants the front-most first.
-    std::reverse(stacking.begin(), stacking.end());
-    return describe(stacking, true);
+    std::reverse(order.begin(), order.end());
+    return describe(order, true);
 }
 
 std::optional<Frame> X11WindowSystem::visibleFrame(xcb_window_t window) {
@@ -663,12 +725,8 @@ std::optional<Frame> X11WindowSystem::visibleFrame(xcb_window_t window) {
 }
 
 std::optional<WindowId> X11WindowSystem::focusedWindow() {
-    xcb_window_t active = 0;
-    if (xcb_ewmh_get_active_window_reply(&ewmh_, xcb_ewmh_get_active_window(&ewmh_, 0), &active,
-                                         nullptr) == 0 ||
-        active == 0) {
-        return std::nullopt;
-    }
+    const xcb_window_t active = activeWindow();
+    if (active == 0) return std::nullopt;
     // A window focused as it appears may not be described yet; it is, quietly (its
     // appearance is announced when the client list is read).
     if (!tracked_.contains(active)) describe({active}, false);
@@ -695,23 +753,19 @@ void X11WindowSystem::sendRootMessage(xcb_window_t window, xcb_atom_t type,
 bool X11WindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite) {
     const auto window = static_cast<xcb_window_t>(id);
     if (lost_ || window != id) return false;
-    auto stateCookie = getProperty(connection_, window, ewmh_._NET_WM_STATE, XCB_ATOM_ATOM);
-    auto frameCookie =
-        getProperty(connection_, window, ewmh_._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL);
-    auto shadowCookie = getProperty(connection_, window, gtkFrameExtents_, XCB_ATOM_CARDINAL);
-    auto geometryCookie = xcb_get_geometry(connection_, window);
-    Reply state(xcb_get_property_reply(connection_, stateCookie, nullptr));
-    Reply frameReply(xcb_get_property_reply(connection_, frameCookie, nullptr));
-    Reply shadowReply(xcb_get_property_reply(connection_, shadowCookie, nullptr));
-    Reply geometry(xcb_get_geometry_reply(connection_, geometryCookie, nullptr));
-    if (!geometry) return false;
+    // A window read since its last change is moved from what was read; any other is read
+    // first (which also tells whether it still exists).
+    auto found = tracked_.find(window);
+    if (found == tracked_.end() || !found->second.placementKnown) {
+        describe({window}, false);
+        found = tracked_.find(window);
+        if (found == tracked_.end()) return false;
+    }
+    const Tracked& placement = found->second;
 
     // A maximized window ignores a new size in most window managers; it is restored first,
     // in the same burst of messages, which the window manager handles in order.
-    const std::vector<std::uint32_t> states = cardinals(state.value);
-    const bool vertical = contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_VERT);
-    const bool horizontal = contains(states, ewmh_._NET_WM_STATE_MAXIMIZED_HORZ);
-    if (vertical || horizontal) {
+    if (placement.maximized) {
         sendRootMessage(window, ewmh_._NET_WM_STATE,
                         {XCB_EWMH_WM_STATE_REMOVE, ewmh_._NET_WM_STATE_MAXIMIZED_VERT,
                          ewmh_._NET_WM_STATE_MAXIMIZED_HORZ, 2, 0});
@@ -721,8 +775,8 @@ bool X11WindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite) {
     // the client draws itself, is the client window. With north-west gravity the position
     // is the outer frame's, which is the visible frame's corner less the shadow; the
     // window manager then keeps that corner where a size hint changes the size.
-    const Extents decorations = extentsFrom(frameReply.value);
-    const Extents shadow = extentsFrom(shadowReply.value);
+    const Extents& decorations = placement.decorations;
+    const Extents& shadow = placement.shadow;
     const PixelRect target = pixels(frame);
     const auto x = static_cast<std::int64_t>(target.x) - shadow.left;
     const auto y = static_cast<std::int64_t>(target.y) - shadow.top;
@@ -769,12 +823,12 @@ xcb_timestamp_t X11WindowSystem::userTime() {
 bool X11WindowSystem::focus(WindowId id) {
     const auto window = static_cast<xcb_window_t>(id);
     if (lost_ || window != id) return false;
-    Reply geometry(
-        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
-    if (!geometry) return false;
-    xcb_window_t active = 0;
-    xcb_ewmh_get_active_window_reply(&ewmh_, xcb_ewmh_get_active_window(&ewmh_, 0), &active,
-                                     nullptr);
+    if (!tracked_.contains(window)) {
+        Reply geometry(
+            xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+        if (!geometry) return false;
+    }
+    const xcb_window_t active = activeWindow();
     // As a pager asks: source 2 and the time of the user's action, so that the window
     // manager's focus-stealing prevention lets it through.
     sendRootMessage(window, ewmh_._NET_ACTIVE_WINDOW, {2, userTime(), active, 0, 0});
@@ -798,11 +852,32 @@ bool X11WindowSystem::hideApp(const std::string& appIdentity) {
     return any;
 }
 
+void X11WindowSystem::announceStartup(const std::string& message) {
+    // The startup-notification protocol: the text, with its terminating NUL, in 20-byte
+    // client messages to the root window, the first of type _NET_STARTUP_INFO_BEGIN.
+    const std::string text = message + '\0';
+    for (std::size_t at = 0; at < text.size(); at += 20) {
+        xcb_client_message_event_t chunk{};
+        chunk.response_type = XCB_CLIENT_MESSAGE;
+        chunk.format = 8;
+        chunk.window = clock_;
+        chunk.type = at == 0 ? startupInfoBegin_ : startupInfo_;
+        text.copy(reinterpret_cast<char*>(chunk.data.data8), 20, at);
+        xcb_send_event(connection_, 0, root_, XCB_EVENT_MASK_PROPERTY_CHANGE,
+                       reinterpret_cast<const char*>(&chunk));
+    }
+    xcb_flush(connection_);
+}
+
 bool X11WindowSystem::launch(const LaunchRequest& request, std::string& error) {
     if (readApplications_) applications_ = readApplications_();
     const std::optional<std::int64_t> pid = launcher_->launch(request, userTime(), error);
     if (!pid) return false;
-    if (*pid > 0) launched_[*pid] = request.appIdentity;
+    if (*pid > 0) {
+        launched_[*pid] = request.appIdentity;
+        // Only recent launches matter; process ids mostly grow, so the smallest go first.
+        while (launched_.size() > 64) launched_.erase(launched_.begin());
+    }
     return true;
 }
 

@@ -23,6 +23,12 @@ namespace halyward::x11 {
 class Overlays;
 class Launcher;
 
+/// Widths along a window's left, right, top and bottom edges: the decorations a window
+/// manager draws, or the shadow a client draws inside its own window.
+struct FrameEdges {
+    std::int64_t left = 0, right = 0, top = 0, bottom = 0;
+};
+
 class X11WindowSystem final : public WindowSystem {
 public:
     /// Connects to the X server `displayName` names (the environment's when null). Null,
@@ -78,6 +84,12 @@ private:
         bool userWindow = false;
         WindowClass windowClass;
         std::int64_t processId = 0;
+        /// What a move needs, as last read, until a property notice says it changed:
+        /// a chord's move then needs no round trip of its own.
+        bool placementKnown = false;
+        bool maximized = false;
+        FrameEdges decorations;
+        FrameEdges shadow;
     };
 
     void readEvents();
@@ -89,7 +101,14 @@ private:
     void clientListChanged(bool report);
     /// Reads the client list now when a change of it is still waiting to be read.
     void syncClientList();
+    /// Forgets the displays read and tells the core, once for a burst of notices.
+    void displaysMayHaveChanged();
+    /// Reads the stacking list and the active window again after the queued events.
+    void refreshSoon();
+    xcb_window_t activeWindow();
+    std::vector<xcb_window_t> stacking();
     void connectionLost();
+    void announceStartup(const std::string& message);
 
     void ungrabAll();
     void grabLeader();
@@ -109,12 +128,15 @@ private:
     xcb_ewmh_connection_t ewmh_{};
     xcb_atom_t gtkFrameExtents_ = XCB_ATOM_NONE;
     xcb_atom_t wmChangeState_ = XCB_ATOM_NONE;
+    xcb_atom_t startupInfoBegin_ = XCB_ATOM_NONE;
+    xcb_atom_t startupInfo_ = XCB_ATOM_NONE;
     std::uint8_t randrEventBase_ = 0;
     bool randr_ = false;
     std::uint8_t xkbEventBase_ = 0;
     bool xkb_ = false;
     bool remapPending_ = false;
     bool clientListPending_ = false;
+    bool displaysPending_ = false;
     xcb_key_symbols_t* symbols_ = nullptr;
     ModifierMasks masks_;
     WindowSystemEvents* events_ = nullptr;
@@ -125,6 +147,7 @@ private:
     std::optional<HotkeyKey> leaderKey_;
     std::vector<xcb_keycode_t> leaderCodes_;
     bool leaderDown_ = false;
+    bool leaderWasLocked_ = false;
     bool keyboardGrabbed_ = false;
     /// The chord key held down right now: key repeat presses it again without a release.
     xcb_keycode_t heldChordKey_ = 0;
@@ -132,6 +155,11 @@ private:
     xcb_timestamp_t eventTime_ = 0;
 
     std::vector<xcb_window_t> clients_;
+    /// The stacking list and the active window, read again after each notice of a change
+    /// (soon, or at once when asked for first), so a chord finds them read already.
+    std::optional<std::vector<xcb_window_t>> stacking_;
+    std::optional<xcb_window_t> active_;
+    bool refreshPending_ = false;
     std::unordered_map<xcb_window_t, Tracked> tracked_;
     std::optional<std::vector<DisplayInfo>> displays_;
     std::function<std::vector<DesktopApplication>()> readApplications_;

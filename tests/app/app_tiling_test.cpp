@@ -229,6 +229,12 @@ tile = "right-third"
     system.windowList.insert(system.windowList.begin(), another);
     core->windowAppeared(another);
     EXPECT_EQ(frameOf(4), tile(TileSlot::topLeft));
+
+    // A window that closes leaves no gap.
+    system.remove(4);
+    core->windowVanished(4);
+    EXPECT_EQ(frameOf(3), tile(TileSlot::topLeft));
+    EXPECT_EQ(frameOf(1), tile(TileSlot::topRight));
 }
 
 TEST_F(AppTilingTest, animation_follows_the_clock_and_ends_exactly_on_the_tile) {

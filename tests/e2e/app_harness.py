@@ -8,15 +8,17 @@ time to let the app catch up."""
 import math
 import os
 import re
+import select
 import shutil
 import signal
 import subprocess
 import tempfile
 from pathlib import Path
 
-from harness import SHOTS, Timeout, wait_for
+from harness import SHOTS, Site, Timeout, plist, wait_for
 
 APP = os.environ.get("HALYWARD_APP", "")
+WEB_HOST = os.environ.get("HALYWARD_WEB_HOST", "")
 CLI = os.environ.get("HALYWARD_CLI", "")
 TEST_WINDOW = os.environ.get("HALYWARD_TEST_WINDOW", "")
 KEEP = os.environ.get("HALYWARD_E2E_KEEP") == "1"
@@ -88,7 +90,7 @@ class AppDesktop:
     def _environment(self):
         runtime = self.root / "run"
         runtime.mkdir(mode=0o700)
-        return {
+        env = {
             "PATH": os.environ.get("PATH", "/usr/bin:/bin"),
             "HOME": str(self.home),
             "XDG_CONFIG_HOME": str(self.home / ".config"),
@@ -100,6 +102,14 @@ class AppDesktop:
             "GSETTINGS_BACKEND": "memory",
             "NO_AT_BRIDGE": "1",
         }
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"):
+            if name in os.environ:
+                env[name] = os.environ[name]
+        if "ASAN_OPTIONS" in env:
+            # An app built with AddressSanitizer checks its own leaks, not cairo's caches.
+            suppressions = f"suppressions={Path(__file__).resolve().parent / 'lsan.supp'}"
+            env["LSAN_OPTIONS"] = ":".join(filter(None, [env.get("LSAN_OPTIONS"), suppressions]))
+        return env
 
     def spawn(self, argv, **kwargs):
         kwargs.setdefault("stdout", subprocess.DEVNULL)
@@ -155,6 +165,8 @@ class AppDesktop:
         self.env["DBUS_SESSION_BUS_ADDRESS"] = address
 
     def _start_wm(self):
+        if self.wm is None:
+            return
         argv = {"openbox": ["openbox"],
                 "xfwm4": ["xfwm4", "--compositor=off", "--sm-client-disable"]}[self.wm]
         self.wm_process = self.spawn(argv)
@@ -165,6 +177,12 @@ class AppDesktop:
             check = self.root_property("_NET_SUPPORTING_WM_CHECK")
             return "window id" in check and "_NET_CLIENT_LIST" in self.root_property("_NET_SUPPORTED")
         wait_for(managing, what=f"{self.wm} to manage the screen")
+        # The window manager announces itself before it has finished starting (reading its
+        # theme and fonts); on a busy machine a suite once waited more than 30 s for its
+        # first window. A first window mapped shows that it really manages windows.
+        probe = self.test_window("window", "probe", "50x50+0+0", ready_within=120)
+        probe.kill()
+        probe.wait(5)
 
     def _install_entries(self):
         """Desktop entries for the test windows, so `halyward tile alpha` finds them by name
@@ -175,7 +193,8 @@ class AppDesktop:
             (folder / f"{name}.desktop").write_text(
                 "[Desktop Entry]\nType=Application\n"
                 f"Name={name.capitalize()}\nExec={TEST_WINDOW} window {name} 400x300+60+60\n"
-                f"StartupWMClass={name.capitalize()}\n")
+                f"StartupWMClass={name.capitalize()}\n"
+                + ("StartupNotify=true\n" if name == "beta" else ""))
 
     # --- the app --------------------------------------------------------------------------
 
@@ -223,13 +242,16 @@ class AppDesktop:
 
     # --- X clients ------------------------------------------------------------------------
 
-    def test_window(self, *arguments):
+    def test_window(self, *arguments, ready_within=30):
         """Starts a test_window client and waits for it to say it is ready."""
         process = self.spawn([TEST_WINDOW, *arguments], stdout=subprocess.PIPE)
-        line = process.stdout.readline().decode().strip()
-        if line != "ready":
+        ready, _, _ = select.select([process.stdout], [], [], ready_within)
+        line = process.stdout.readline().decode().strip() if ready else ""
+        if line != "ready" and process.poll() is None:
+            process.kill()
             process.wait(5)
-            return process
+            raise Timeout(f"test_window {' '.join(arguments)} did not get ready; "
+                          f"{self.diagnosis()}")
         return process
 
     def window(self, name, geometry="400x300+100+100", *flags):
@@ -261,6 +283,22 @@ class AppDesktop:
     def xterm(self):
         process = self.spawn(["xterm", "-geometry", "80x24+40+40", "-e", "sleep", "600"])
         return self.managed(lambda: self.find("xterm")), process
+
+    def web_app(self, slug):
+        """Our own web-app window (GTK with client-side decorations) showing a blank page
+        served on 127.0.0.1; answers its window id once managed."""
+        if not hasattr(self, "site"):
+            self.site = Site(lambda handler, parsed: (200, [("Content-Type", "text/html")],
+                                                      b"<title>Notes</title><body>notes</body>"))
+        identifier = f"app.halyward.web.{slug}"
+        app = self.home / "Applications" / f"{slug}.app"
+        (app / "Contents" / "MacOS").mkdir(parents=True, exist_ok=True)
+        shutil.copy2(WEB_HOST, app / "Contents" / "MacOS" / "HalywardWebHost")
+        (app / "Contents" / "Info.plist").write_text(plist({
+            "CFBundleName": slug.capitalize(), "CFBundleIdentifier": identifier,
+            "HWURL": self.site.url("/"), "HWSlug": slug}))
+        process = self.spawn([str(app / "Contents" / "MacOS" / "HalywardWebHost")])
+        return self.managed(lambda: self.find(identifier), timeout=60), process
 
     # --- reading the screen ---------------------------------------------------------------
 
@@ -373,9 +411,24 @@ class AppDesktop:
                              capture_output=True, text=True, timeout=30).stdout
         return out.strip()
 
+    def diagnosis(self):
+        """What the window manager and the app are doing, for a message about a hang."""
+        def state(process):
+            try:
+                status = Path(f"/proc/{process.pid}/status").read_text()
+                wchan = Path(f"/proc/{process.pid}/wchan").read_text()
+                return re.search(r"State:\s+(.*)", status).group(1) + " in " + wchan
+            except OSError:
+                return "gone"
+        app = state(self.app) if self.app else "not running"
+        wm = state(self.wm_process) if self.wm else "none"
+        return f"{self.wm}: {wm}; halyward-app: {app}"
+
     # --- tear-down ------------------------------------------------------------------------
 
     def close(self):
+        if hasattr(self, "site"):
+            self.site.close()
         if self.app is not None and self.app.poll() is None:
             self.app.send_signal(signal.SIGTERM)
             try:

@@ -3,7 +3,8 @@
  *       a plain application window: WM_CLASS (NAME, Name), takes the focus, _NET_WM_PID,
  *       optional size increments or minimum size, closes on WM_DELETE_WINDOW; --csd N draws
  *       its own frame with an N-pixel shadow, as toolkits with client-side decorations do
- *       (no server-side decorations, _GTK_FRAME_EXTENTS N on every side)
+ *       (no server-side decorations, _GTK_FRAME_EXTENTS N on every side); a startup id
+ *       from the launcher (DESKTOP_STARTUP_ID) becomes its _NET_STARTUP_ID
  *   test_window many COUNT
  *       COUNT small application windows from one client
  *   test_window dock top|bottom|left|right SIZE [START END]
@@ -65,6 +66,12 @@ static int window(Display* d, int argc, char** argv) {
     long pid = getpid();
     XChangeProperty(d, win, atom(d, "_NET_WM_PID"), XA_CARDINAL, 32, PropModeReplace,
                     (unsigned char*)&pid, 1);
+    /* As toolkits do when a launcher gave them a startup id. */
+    const char* startup = getenv("DESKTOP_STARTUP_ID");
+    if (startup && *startup) {
+        XChangeProperty(d, win, atom(d, "_NET_STARTUP_ID"), atom(d, "UTF8_STRING"), 8,
+                        PropModeReplace, (const unsigned char*)startup, (int)strlen(startup));
+    }
     if (max) {
         Atom states[] = {atom(d, "_NET_WM_STATE_MAXIMIZED_VERT"), atom(d, "_NET_WM_STATE_MAXIMIZED_HORZ")};
         XChangeProperty(d, win, atom(d, "_NET_WM_STATE"), XA_ATOM, 32, PropModeReplace,

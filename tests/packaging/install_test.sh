@@ -19,6 +19,9 @@ for f in bin/halyward share/man/man1/halyward.1.gz share/bash-completion/complet
   lib/cmake/halyward/halywardConfig.cmake lib/cmake/halyward/halywardConfigVersion.cmake; do
   [[ -f $prefix/$f ]] || fail "$f is missing"
 done
+if [[ $(uname -s) == Linux && -f $build/cli/halyward-app ]]; then
+  [[ -x $prefix/bin/halyward-app ]] || fail "bin/halyward-app is missing"
+fi
 ! find "$prefix/include" -path '*/internal/*' | grep -q . || fail "internal headers were installed"
 [[ $("$prefix/bin/halyward" version) == *1.* ]] || fail "the installed halyward does not run"
 MANWIDTH=100 man -l "$prefix/share/man/man1/halyward.1.gz" | grep -q '^EXIT STATUS' ||

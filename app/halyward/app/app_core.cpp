@@ -282,18 +282,24 @@ void AppCore::Impl::placeByRule(const detail::Desktop& desktop, const WindowInfo
 }
 
 // With auto_tile on, a window that no rule places joins the layout of its display: the
-// one last applied there, or halves when none was. Windows that rules place keep their
-// tiles and stay out of the layout.
-void AppCore::Impl::autoTile(const WindowInfo& window) {
+// one last applied there, or halves when none was; when such a window closes, the others
+// close the gap. Windows that rules place keep their tiles and stay out of the layout.
+void AppCore::Impl::autoTile(const WindowInfo& window, bool gone) {
     detail::Desktop desktop = detail::Desktop::read(system);
     if (desktop.displays.empty()) return;
-    if (!desktop.window(window.id)) desktop.windows.insert(desktop.windows.begin(), window);
     std::erase_if(desktop.windows, [&](const WindowInfo& other) {
-        return other.id != window.id && rules.placementFor(other, true).has_value();
+        if (other.id == window.id) return gone;
+        return rules.placementFor(other, true).has_value();
     });
+    if (!gone && !desktop.window(window.id))
+        desktop.windows.insert(desktop.windows.begin(), window);
     const std::size_t display = desktop.displayIndex(window.frame);
     const std::int64_t layout = tiles.lastLayout(desktop.displays[display]).value_or(1);
     tiles.applyLayout(desktop, display, layout, settings());
+    // Only the display matters later, and each of these is on this one.
+    for (const WindowInfo* laidOut : desktop.windowsOn(display)) {
+        autoTiled[laidOut->id] = laidOut->frame;
+    }
 }
 
 // AppCore: the public face forwards to Impl.
@@ -350,12 +356,19 @@ void AppCore::windowAppeared(const WindowInfo& window) {
         // screen yet worth animating from.
         impl_->placeByRule(desktop, window, *placement, false);
     } else if (impl_->config.config().general.autoTile) {
-        impl_->autoTile(window);
+        impl_->autoTile(window, false);
     }
 }
 
 void AppCore::windowVanished(WindowId id) {
     impl_->mover.forget(id);
+    if (const auto laidOut = impl_->autoTiled.find(id); laidOut != impl_->autoTiled.end()) {
+        WindowInfo gone;
+        gone.id = id;
+        gone.frame = laidOut->second;
+        impl_->autoTiled.erase(laidOut);
+        if (impl_->started && impl_->config.config().general.autoTile) impl_->autoTile(gone, true);
+    }
     if (impl_->tileMode && impl_->outlined == id) impl_->refreshOutline();
 }
 

@@ -13,6 +13,7 @@
 #include "halyward/commands/command_router.hpp"
 #include "halyward/control/control_server.hpp"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,7 +50,8 @@ struct AppCore::Impl {
     // Windows.
     void placeByRule(const detail::Desktop& desktop, const WindowInfo& window,
                      const detail::Placement& placement, bool animate);
-    void autoTile(const WindowInfo& window);
+    // Lays out the display of `window` (a newcomer, or one that has just closed) again.
+    void autoTile(const WindowInfo& window, bool gone);
 
     // The control socket (control_commands.cpp).
     CommandOutput windowCommand(const Invocation& invocation);
@@ -75,6 +77,9 @@ struct AppCore::Impl {
     bool leaderWatched = false;
     bool leaderWaiting = false;
     detail::Timer leaderTimer;
+    // The windows auto_tile laid out, with the frame each was given, so that a window that
+    // closes is known to leave a gap in its display's layout.
+    std::map<WindowId, Frame> autoTiled;
     // The focused window while tile mode is on, whose frame the outline rings.
     std::optional<WindowId> outlined;
 };

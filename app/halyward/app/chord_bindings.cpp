@@ -60,7 +60,13 @@ ChordBindings chordBindings(const HalywardConfig& config) {
         }
         if (chord->modifiers.count(HotkeyModifier::leader) != 0) {
             bindings.byLeaderKey.emplace(chord->key.canonical(), std::move(*command));
-        } else if (bindings.byChord.emplace(hotkey.chord, std::move(*command)).second) {
+            continue;
+        }
+        // The exit chords only mean something in tile mode, which holds the whole keyboard
+        // and reads them there; grabbing them all the time would only take ctrl+opt+escape
+        // and ctrl+opt+return from every other program.
+        const bool exits = command->action && command->action->kind() == TileAction::Kind::exit;
+        if (bindings.byChord.emplace(hotkey.chord, std::move(*command)).second && !exits) {
             bindings.grabbed.push_back(std::move(*chord));
         }
     }

@@ -35,9 +35,10 @@ struct ChordCommand {
 };
 
 struct ChordBindings {
-    // The chords to grab, each once, in the order of `effectiveHotkeys`. No leader chords.
+    // The chords to grab, each once, in the order of `effectiveHotkeys`: neither leader
+    // chords nor the exit chords, which tile mode reads while it holds the keyboard.
     std::vector<HotkeyChord> grabbed;
-    // Grabbed chords by canonical text.
+    // Chords without the leader key by canonical text, the exit chords included.
     std::unordered_map<std::string, ChordCommand> byChord;
     // Leader chords by the canonical text of their key ("e" for "leader+e").
     std::unordered_map<std::string, ChordCommand> byLeaderKey;

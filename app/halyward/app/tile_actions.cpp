@@ -76,7 +76,17 @@ void TileActions::perform(const TileAction& action, const TileSettings& settings
 
 void TileActions::focusToward(const Desktop& desktop, Direction direction) {
     const WindowInfo* focused = desktop.focusedWindow();
-    if (!focused) return;
+    if (!focused) {
+        // With nothing focused (the last window just closed), a focus key still reaches a
+        // window, so the keyboard is never stuck: the front-most one.
+        for (const WindowInfo& window : desktop.windows) {
+            if (!window.hidden) {
+                system_.focus(window.id);
+                break;
+            }
+        }
+        return;
+    }
     // Focus crosses displays: the neighbour search works on the whole desktop.
     std::vector<const WindowInfo*> shown;
     for (const WindowInfo& window : desktop.windows) {
