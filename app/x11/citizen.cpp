@@ -38,6 +38,28 @@ std::function<void()> DesktopCitizen::configurationApplied() {
     };
 }
 
+std::function<void()> DesktopCitizen::newAppForm() {
+    return [this] { showNewAppForm(); };
+}
+
+void DesktopCitizen::showNewAppForm() {
+    // The form is its own small program beside this one, so this process stays small.
+    const std::string form =
+        (std::filesystem::path(executable_).parent_path() / "halyward-new-app").string();
+    std::string error;
+    if (!spawnDetached({form}, error)) say("Cannot open the new-app form: " + error);
+}
+
+void DesktopCitizen::showFirstRun() {
+    const std::optional<std::string> text = core_->firstRun(trayHostFound());
+    if (!text) return;
+    const std::string program =
+        (std::filesystem::path(executable_).parent_path() / "halyward-new-app").string();
+    std::string error;
+    if (!spawnDetached({program, "--first-run", *text}, error))
+        say("Cannot show the first-run window: " + error);
+}
+
 void DesktopCitizen::attach(AppCore& core) {
     core_ = &core;
     // The tray's thread hands the choice to the main loop, where the core lives.
@@ -45,6 +67,8 @@ void DesktopCitizen::attach(AppCore& core) {
         [this](const std::string& action) { loop_.post([this, action] { chosen(action); }); },
         nullptr);
     tray_->setMenu(core.trayMenu());
+    // A moment for a tray host to answer, so the window can say whether there is one.
+    firstRun_ = loop_.after(1.0, [this] { showFirstRun(); });
 }
 
 void DesktopCitizen::chosen(const std::string& action) {
@@ -54,14 +78,7 @@ void DesktopCitizen::chosen(const std::string& action) {
     switch (rest->kind) {
         case TrayAction::Kind::editConfiguration: openInEditor(paths_.configFile); break;
         case TrayAction::Kind::quit: loop_.quit(); break;
-        case TrayAction::Kind::newApp: {
-            // The form is its own small program beside this one, so this process stays small.
-            const std::string form =
-                (std::filesystem::path(executable_).parent_path() / "halyward-new-app").string();
-            std::string error;
-            if (!spawnDetached({form}, error)) say("Cannot open the new-app form: " + error);
-            break;
-        }
+        case TrayAction::Kind::newApp: showNewAppForm(); break;
         default: break;
     }
 }

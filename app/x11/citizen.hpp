@@ -20,6 +20,8 @@ public:
 
     /// For `AppCoreOptions::configurationApplied`: shows the menu of the new configuration.
     std::function<void()> configurationApplied();
+    /// For `AppCoreOptions::showNewAppForm`: starts the form beside this executable.
+    std::function<void()> newAppForm();
     /// Shows the tray item for `core` once it runs; `core` must outlive this object.
     void attach(AppCore& core);
     /// Whether a tray host was on the bus when last asked.
@@ -27,12 +29,15 @@ public:
 
 private:
     void chosen(const std::string& action);
+    void showNewAppForm();
+    void showFirstRun();
 
     EventLoop& loop_;
     PlatformPaths paths_;
     std::string executable_;
     AppCore* core_ = nullptr;
     std::unique_ptr<Tray> tray_;
+    std::unique_ptr<TimerHandle> firstRun_;
 };
 
 }  // namespace halyward::x11

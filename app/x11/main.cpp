@@ -96,6 +96,7 @@ int main() {
     options.report = say;
     x11::DesktopCitizen citizen(loop, paths, options.executable);
     options.configurationApplied = citizen.configurationApplied();
+    options.showNewAppForm = citizen.newAppForm();
 
     AppCore core(*system, options);
     system->setEvents(&core);

@@ -142,7 +142,7 @@ tile = "bottom-half"
     const CommandOutput output = run({"apply"});
     EXPECT_EQ(output.exitCode, ExitCode::ok);
     EXPECT_EQ(output.message,
-              "Applied the configuration: 28 chords work and rules placed 1 window.");
+              "Applied the configuration: 29 chords work and rules placed 1 window.");
     EXPECT_EQ(system.grabCalls, grabsBefore + 1);
     EXPECT_EQ(frameOf(1), tile(TileSlot::bottomHalf));
     press("ctrl+opt+t");
@@ -246,7 +246,7 @@ TEST_F(AppCommandsTest, large_desktops_and_configurations_still_work) {
     }
     system.focused = 1;
     start(config);
-    EXPECT_EQ(system.grabbed.size(), 28u + 9u);
+    EXPECT_EQ(system.grabbed.size(), 29u + 9u);
     press("ctrl+opt+6");
     EXPECT_EQ(system.writes.size(), 500u);
     const WindowInfo fresh = window(9999, "app.halyward.web.app4999", {5, 40, 10, 10});

@@ -51,6 +51,7 @@ protected:
         options.report = [this](std::string_view line) { reports.emplace_back(line); };
         options.autostartFile = autostartFile;
         options.executable = "/opt/halyward/bin/halyward-app";
+        options.showNewAppForm = [this] { ++newAppForms; };
         core = std::make_unique<AppCore>(system, std::move(options));
         core->start();
     }
@@ -77,6 +78,7 @@ protected:
     ScratchFolder home;
     std::string socketPath;
     std::string autostartFile;
+    int newAppForms = 0;
     FakeWindowSystem system;
     std::vector<std::string> reports;
     std::unique_ptr<AppCore> core;

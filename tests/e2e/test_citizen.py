@@ -13,7 +13,7 @@ from pathlib import Path
 import dbus
 
 from app_harness import AppDesktop
-from harness import wait_for
+from harness import Site, wait_for
 
 HERE = Path(__file__).resolve().parent
 
@@ -102,6 +102,53 @@ class Citizen(unittest.TestCase):
         self.desktop.key("ctrl+alt+a")
         wait_for(lambda: "agent_command" in self.desktop.log(), what="the notice")
 
+    # --- the new-app form ---------------------------------------------------------------
+
+    def form_window(self):
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^New web app$"],
+                               env=self.desktop.env, capture_output=True, text=True)
+        return found.stdout.split()[0] if found.stdout.split() else None
+
+    def test_the_new_app_chord_opens_a_form_that_makes_what_app_add_makes(self):
+        page = b"<html><head><title>Notes</title></head><body>Notes</body></html>"
+        site = Site(lambda handler, parsed: (200, [("Content-Type", "text/html")], page))
+        self.addCleanup(site.close)
+        address = site.url("/notes")
+        # The address waits on the clipboard, as after copying it in a browser.
+        clipboard = self.desktop.spawn(["xclip", "-selection", "clipboard", "-quiet"],
+                                       stdin=subprocess.PIPE)
+        clipboard.stdin.write(address.encode())
+        clipboard.stdin.close()
+        self.desktop.key("ctrl+alt+n")
+        form = wait_for(self.form_window, what="the new-app form")
+        self.desktop.run("xdotool", "windowactivate", "--sync", form)
+        self.desktop.key("Tab")
+        self.desktop.run("xdotool", "type", "--delay", "20", "Notes")
+        time.sleep(0.5)  # the screenshot shows the typed name, not a frame before it
+        shot = self.desktop.screenshot("new-app-form")
+        self.assertTrue(shot.exists())
+        self.desktop.key("Return")
+
+        wait_for(lambda: "[apps.notes]" in self.desktop.config_path.read_text(),
+                 timeout=60, what="the web app's record")
+        config = self.desktop.config_path.read_text()
+        self.assertIn(f'url = "{address}"', config)
+        self.assertIn('bundle_id = "app.halyward.web.notes"', config)
+        bundle = self.desktop.home / "Applications" / "Halyward Apps" / "Notes.app"
+        self.assertTrue((bundle / "Contents" / "Info.plist").exists())
+        entries = list((self.desktop.home / ".local/share/applications").glob("*notes*.desktop"))
+        self.assertEqual(len(entries), 1, entries)
+        self.assertIn(f"X-Halyward-Bundle={bundle}", entries[0].read_text())
+        # What the command line makes for the same site, side by side.
+        made = self.desktop.cli("app", "add", address, "--name", "Notes 2")
+        self.assertEqual(made.returncode, 0, made.stderr)
+        self.assertEqual(sorted(p.name for p in (bundle / "Contents").rglob("*")),
+                         sorted(p.name for p in (bundle.parent / "Notes 2.app" / "Contents").rglob("*")))
+        # The form closes and the new app opens.
+        wait_for(lambda: self.form_window() is None, what="the form to close")
+        wait_for(lambda: self.desktop.find("app.halyward.web.notes"), timeout=60,
+                 what="the new app's window")
+
     # --- the tray --------------------------------------------------------------------------
 
     def start_tray_host(self, name):
@@ -167,6 +214,31 @@ class Citizen(unittest.TestCase):
         _, log = self.start_tray_host("tray-host-2")
         self.assertEqual(wait_for(lambda: self.registered(log), what="the item again"), service)
         self.assertEqual(self.desktop.cli("ping").returncode, 0)
+
+
+class FirstRun(unittest.TestCase):
+    def test_the_first_start_shows_the_chords_and_the_tray_once(self):
+        with AppDesktop("openbox", "first-run") as desktop:
+            desktop.write_config("[general]\nanimate_tiles = false\n")
+            desktop.start_app(first_run=True)
+
+            def welcome():
+                found = desktop.run("xdotool", "search", "--onlyvisible", "--name",
+                                    "^Welcome to Halyward$").split()
+                return found[0] if found else None
+            window = wait_for(welcome, what="the first-run window")
+            self.assertIn("onboarding_complete = true", desktop.config_path.read_text())
+            time.sleep(0.5)  # drawn, not just mapped
+            shot = desktop.screenshot("first-run")
+            self.assertTrue(shot.exists())
+            desktop.run("xdotool", "windowactivate", "--sync", window)
+            desktop.key("Return")
+            wait_for(lambda: welcome() is None, what="the window to close")
+            # Once: the next start shows nothing.
+            desktop.stop_app()
+            desktop.start_app(first_run=True)
+            time.sleep(2)
+            self.assertIsNone(welcome())
 
 
 if __name__ == "__main__":

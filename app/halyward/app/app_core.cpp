@@ -74,6 +74,7 @@ void AppCore::Impl::start() {
         server->start();
     }
     started = true;
+    firstRunDue = !config.config().general.onboardingComplete;
     applyConfiguration();
     system.watchConfiguration(config.path());
 }
@@ -175,6 +176,9 @@ void AppCore::Impl::run(const detail::ChordCommand& command) {
             break;
         case detail::ChordCommand::Kind::app: pressAppHotkey(command.bundleIdentifier); break;
         case detail::ChordCommand::Kind::agent: pressAgent(); break;
+        case detail::ChordCommand::Kind::newApp:
+            if (options.showNewAppForm) options.showNewAppForm();
+            break;
     }
 }
 

@@ -41,6 +41,8 @@ struct AppCoreOptions {
     /// Called after each configuration is taken into use (at start and on every change
     /// that parses), so a front end can show what depends on it (the tray menu).
     std::function<void()> configurationApplied;
+    /// Opens the new-app form (the new-app chord); absent leaves the chord unused.
+    std::function<void()> showNewAppForm;
     /// Where the agent chord writes its launcher script; empty means the state folder of
     /// this platform for `home`.
     std::string commandFile;
@@ -74,6 +76,11 @@ public:
     /// only the front end can do (the new-app form, opening the file, quitting) is handed
     /// back; none when the core did it all or the action is unknown.
     std::optional<TrayAction> trayChosen(std::string_view action);
+
+    /// When `onboarding_complete` was false at start: the first-run window's text (with whether a
+    /// tray host was found), after setting `onboarding_complete` to true in the file under
+    /// the lock, so the window shows once. None once onboarding is complete.
+    std::optional<std::string> firstRun(bool trayHostFound);
 
     /// The chords that could not be grabbed at the last (re)load.
     const std::vector<ChordGrabFailure>& grabFailures() const;

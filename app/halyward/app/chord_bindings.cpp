@@ -16,10 +16,7 @@ std::optional<ChordCommand> commandFor(const std::string& target) {
     if (target == "halyward.tile-mode") return ChordCommand{ChordCommand::Kind::tileMode, {}, {}};
     if (target == "halyward.layout") return ChordCommand{ChordCommand::Kind::layoutCycle, {}, {}};
     if (target == "halyward.agent") return ChordCommand{ChordCommand::Kind::agent, {}, {}};
-    // The new-app chord opens a form this app does not have yet. Grabbing it now would only
-    // swallow the keys from the programs that use them, so it stays free until the form
-    // exists.
-    if (target == "halyward.new-app") return std::nullopt;
+    if (target == "halyward.new-app") return ChordCommand{ChordCommand::Kind::newApp, {}, {}};
     if (std::string_view(target).starts_with("tile:")) {
         if (auto action = parseTileAction(target)) {
             // A layout number outside 1 to 6 has no layout to apply.

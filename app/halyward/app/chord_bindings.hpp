@@ -26,6 +26,8 @@ struct ChordCommand {
         app,
         // `agent_command` in a terminal.
         agent,
+        // The new-app form.
+        newApp,
     };
     Kind kind = Kind::tile;
     std::optional<TileAction> action;

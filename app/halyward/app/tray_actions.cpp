@@ -4,9 +4,28 @@
 #include "halyward/app/app_core_impl.hpp"
 #include "halyward/app/app_hotkeys.hpp"
 #include "halyward/app/desktop.hpp"
+#include "halyward/app/first_run.hpp"
 #include "halyward/config/config_file.hpp"
 
 namespace halyward {
+
+std::optional<std::string> AppCore::firstRun(bool trayHostFound) {
+    Impl& impl = *impl_;
+    // Decided at start: a later save of the file without the key does not bring it back.
+    if (!impl.started || !impl.firstRunDue) return std::nullopt;
+    impl.firstRunDue = false;
+    try {
+        ConfigFile::update(impl.config.path(), [](ConfigFile& file) {
+            file.document.set({"general"}, "onboarding_complete", TOMLValue::boolean(true));
+        });
+    } catch (const HalywardError& error) {
+        // A file that cannot be written would bring the window back at every start.
+        impl.say(error.message);
+        return std::nullopt;
+    }
+    impl.reload(false);
+    return firstRunText(impl.config.config().general, trayHostFound);
+}
 
 std::vector<TrayMenuItem> AppCore::trayMenu() const {
     return halyward::trayMenu(impl_->config.config());
