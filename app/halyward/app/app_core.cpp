@@ -27,12 +27,14 @@ std::string configPathFor(const AppCoreOptions& options) {
 
 CommandContext commandContext(
     const AppCoreOptions& options,
-    std::function<CommandOutput(const Invocation& invocation)> windowCommand) {
+    std::function<CommandOutput(const Invocation& invocation)> windowCommand,
+    std::function<JSONArray()> grabFailures) {
     CommandContext context;
     context.home = options.home;
     context.configPath = configPathFor(options);
     context.findApplication = options.findApplication;
     context.windowCommand = std::move(windowCommand);
+    context.grabFailures = std::move(grabFailures);
     return context;
 }
 
@@ -45,7 +47,14 @@ AppCore::Impl::Impl(WindowSystem& system, AppCoreOptions options)
       mover(system),
       tiles(system, mover),
       router(commandContext(
-          options, [this](const Invocation& invocation) { return windowCommand(invocation); })),
+          options, [this](const Invocation& invocation) { return windowCommand(invocation); },
+          [this] {
+              JSONArray failures;
+              for (const ChordGrabFailure& failure : grabFailures)
+                  failures.push_back(
+                      JSONObject{{"chord", failure.chord.canonical()}, {"reason", failure.reason}});
+              return failures;
+          })),
       leaderTimer(system) {
     mover.onFrame = [this](WindowId id, const Frame& frame) {
         if (tileMode && outlined == id) this->system.showFocusOutline(frame);

@@ -41,6 +41,9 @@ struct CommandContext {
     /// In the running app: carries out `tile`, `layout save`, `layout apply` and `apply`
     /// (already checked). Absent when this build has no window manager.
     std::function<CommandOutput(const Invocation& invocation)> windowCommand;
+    /// In the running app: the chords it could not take, as {"chord", "reason"} objects,
+    /// which `ping` answers with so that `doctor` can tell.
+    std::function<JSONArray()> grabFailures;
     /// Whether a file or folder exists at the path; absent means std::filesystem.
     std::function<bool(const std::string& path)> pathExists;
     /// Finds an installed application by name; absent means names resolve only to web

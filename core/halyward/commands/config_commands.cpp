@@ -66,6 +66,17 @@ CommandOutput doctor(const CommandRun& run) {
     CommandOutput output = doctorOutput(configurationFindings(run));
     // The paths come after the findings, so the first line still says whether all is well.
     output.message += "\n\n" + doctorPathLines(run.paths());
+    // The command line asks the app; inside the app the router knows itself.
+    std::optional<JSONValue> ping;
+    if (run.context.sendToApp) {
+        try {
+            const CommandOutput answer = run.context.sendToApp({"ping"}, 1.0);
+            if (answer.ok()) ping = answer.payload;
+        } catch (const HalywardError&) {}
+    } else if (run.context.grabFailures) {
+        ping = JSONObject{{"grabFailures", run.context.grabFailures()}};
+    }
+    output.message += "\n" + doctorAppLine(ping);
     return output;
 }
 
