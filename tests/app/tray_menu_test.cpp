@@ -110,9 +110,9 @@ TEST_F(TrayAppTest, the_first_run_text_comes_once_and_the_file_remembers_it) {
     start("[general]\nanimate_tiles = false\nnew_app_hotkey = \"\"\n");
     const std::optional<std::string> text = core->firstRun(false);
     ASSERT_TRUE(text.has_value());
-    for (const char* part : {"Ctrl+Alt+Space  tile mode", "Ctrl+Alt+L  the next layout",
-                             "a new web app from any site: none (set new_app_hotkey)",
-                             "No tray was found"})
+    for (const char* part :
+         {"Ctrl+Alt+Space  tile mode", "Ctrl+Alt+L  the next layout",
+          "a new web app from any site: none (set new_app_hotkey)", "No tray was found"})
         EXPECT_NE(text->find(part), std::string::npos) << part << "\n" << *text;
     EXPECT_NE(readFile(configPath()).find("onboarding_complete = true\n"), std::string::npos);
     EXPECT_FALSE(core->firstRun(true));
