@@ -387,6 +387,9 @@ void X11WindowSystem::handleProperty(const xcb_property_notify_event_t& event) {
             syncClientList();
             active_.reset();
             if (events_ != nullptr) events_->focusChanged(focusedWindow());
+        } else if (event.atom == ewmh_._NET_CURRENT_DESKTOP) {
+            currentDesktop_.reset();
+            refreshSoon();
         } else if (event.atom == ewmh_._NET_CLIENT_LIST_STACKING) {
             stacking_.reset();
             refreshSoon();
@@ -418,7 +421,21 @@ void X11WindowSystem::refreshSoon() {
         if (lost_) return;
         stacking();
         activeWindow();
+        currentDesktop();
     });
+}
+
+std::uint32_t X11WindowSystem::currentDesktop() {
+    if (!currentDesktop_) {
+        Reply reply(xcb_get_property_reply(
+            connection_,
+            getProperty(connection_, root_, ewmh_._NET_CURRENT_DESKTOP, XCB_ATOM_CARDINAL),
+            nullptr));
+        const std::vector<std::uint32_t> values = cardinals(reply.value);
+        // Without workspaces every window is on the one there is.
+        currentDesktop_ = values.empty() ? 0xffffffffu : values.front();
+    }
+    return *currentDesktop_;
 }
 
 xcb_window_t X11WindowSystem::activeWindow() {
@@ -613,11 +630,12 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
     // trip for the lot, however many windows there are.
     struct Pending {
         xcb_get_property_cookie_t type, state, windowClass, name, legacyName, pid, frameExtents,
-            gtkExtents;
+            gtkExtents, desktop;
         xcb_get_geometry_cookie_t geometry;
         xcb_translate_coordinates_cookie_t origin;
         bool known;
     };
+    const std::uint32_t current = currentDesktop();
     std::vector<Pending> pending;
     pending.reserve(ids.size());
     for (xcb_window_t id : ids) {
@@ -634,6 +652,7 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         p.legacyName = getProperty(connection_, id, XCB_ATOM_WM_NAME);
         p.frameExtents = getProperty(connection_, id, ewmh_._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL);
         p.gtkExtents = getProperty(connection_, id, gtkFrameExtents_, XCB_ATOM_CARDINAL);
+        p.desktop = getProperty(connection_, id, ewmh_._NET_WM_DESKTOP, XCB_ATOM_CARDINAL);
         p.geometry = xcb_get_geometry(connection_, id);
         p.origin = xcb_translate_coordinates(connection_, id, root_, 0, 0);
         pending.push_back(p);
@@ -672,6 +691,7 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         Reply legacyName(xcb_get_property_reply(connection_, p.legacyName, nullptr));
         Reply frameExtents(xcb_get_property_reply(connection_, p.frameExtents, nullptr));
         Reply gtkExtents(xcb_get_property_reply(connection_, p.gtkExtents, nullptr));
+        Reply desktop(xcb_get_property_reply(connection_, p.desktop, nullptr));
         Reply geometry(xcb_get_geometry_reply(connection_, p.geometry, nullptr));
         Reply origin(xcb_translate_coordinates_reply(connection_, p.origin, nullptr));
         if (!geometry || !origin) {
@@ -697,7 +717,11 @@ std::vector<WindowInfo> X11WindowSystem::describe(const std::vector<xcb_window_t
         info.processId = tracked.processId;
         info.title = propertyText(name.value);
         if (info.title.empty()) info.title = propertyText(legacyName.value);
-        info.hidden = contains(states, ewmh_._NET_WM_STATE_HIDDEN);
+        // A window on another workspace is as out of sight as a minimised one.
+        const std::vector<std::uint32_t> onDesktop = cardinals(desktop.value);
+        const bool elsewhere = current != 0xffffffffu && !onDesktop.empty() &&
+                               onDesktop.front() != 0xffffffffu && onDesktop.front() != current;
+        info.hidden = contains(states, ewmh_._NET_WM_STATE_HIDDEN) || elsewhere;
         const double left = origin->dst_x, top = origin->dst_y;
         info.frame = {left - static_cast<double>(frame.left - shadow.left),
                       top - static_cast<double>(frame.top - shadow.top),
@@ -1054,48 +1078,73 @@ void X11WindowSystem::watchConfiguration(const std::string& path) {
     if (inotifyFd_ < 0) {
         inotifyFd_ = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
         if (inotifyFd_ < 0) return;
-        loop_.watch(inotifyFd_, [this] {
-            alignas(inotify_event) char buffer[4096];
-            bool changed = false;
-            bool folderAppeared = false;
-            ssize_t length;
-            while ((length = ::read(inotifyFd_, buffer, sizeof buffer)) > 0) {
-                for (char* at = buffer; at < buffer + length;) {
-                    const auto* event = reinterpret_cast<const inotify_event*>(at);
-                    const std::string name = event->len > 0 ? event->name : "";
-                    if (event->wd == watchFolder_ && name == configName_) changed = true;
-                    if (event->wd == watchFolder_ && (event->mask & IN_IGNORED) != 0) {
-                        watchFolder_ = -1;  // the folder itself went away
-                        changed = true;
-                    }
-                    if (event->wd == watchParent_) folderAppeared = true;
-                    at += sizeof(inotify_event) + event->len;
-                }
-            }
-            if (folderAppeared && watchFolder_ < 0) {
-                watchFolder_ = ::inotify_add_watch(
-                    inotifyFd_, configFolder_.c_str(),
-                    IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE);
-                if (watchFolder_ >= 0) changed = true;
-            }
-            if (changed && events_ != nullptr) events_->configurationChanged();
-        });
+        loop_.watch(inotifyFd_, [this] { configurationEvents(); });
     }
     const std::size_t slash = path.rfind('/');
     configFolder_ =
         slash == std::string::npos ? "." : path.substr(0, std::max<std::size_t>(slash, 1));
     configName_ = slash == std::string::npos ? path : path.substr(slash + 1);
-    // The file is usually replaced by a rename, which a watch on the file itself would
-    // lose; the folder sees every way the file can change. A folder that does not exist
-    // yet is waited for in its parent.
-    watchFolder_ =
-        ::inotify_add_watch(inotifyFd_, configFolder_.c_str(),
-                            IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE);
-    const std::size_t parentSlash = configFolder_.rfind('/');
-    if (parentSlash != std::string::npos && parentSlash > 0) {
-        watchParent_ = ::inotify_add_watch(inotifyFd_, configFolder_.substr(0, parentSlash).c_str(),
-                                           IN_CREATE | IN_MOVED_TO);
+    armConfigurationWatch();
+}
+
+void X11WindowSystem::armConfigurationWatch() {
+    // Bounded: each pass finds the folder, or a folder above it, existing.
+    for (int pass = 0; pass < 16; ++pass) {
+        if (watchFolder_ >= 0) ::inotify_rm_watch(inotifyFd_, watchFolder_);
+        if (watchParent_ >= 0) ::inotify_rm_watch(inotifyFd_, watchParent_);
+        watchFolder_ = watchParent_ = -1;
+        // The file is usually replaced by a rename, which a watch on the file itself would
+        // lose; the folder sees every way the file can change.
+        watchFolder_ =
+            ::inotify_add_watch(inotifyFd_, configFolder_.c_str(),
+                                IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE |
+                                    IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF);
+        if (watchFolder_ >= 0) return;
+        // A folder that does not exist yet (a first run has no ~/.config/halyward, perhaps
+        // no ~/.config) is waited for in the nearest folder above it that does.
+        std::string above = configFolder_;
+        while (watchParent_ < 0 && above != "/") {
+            const std::size_t slash = above.rfind('/');
+            if (slash == std::string::npos) return;
+            above = slash == 0 ? "/" : above.substr(0, slash);
+            watchParent_ = ::inotify_add_watch(inotifyFd_, above.c_str(), IN_CREATE | IN_MOVED_TO);
+        }
+        // A folder made below the watched one between the look and the watch would go
+        // unseen: look again when the next folder down exists by now.
+        const std::size_t next = configFolder_.find('/', above == "/" ? 1 : above.size() + 1);
+        const std::string below = configFolder_.substr(0, next);
+        if (watchParent_ < 0 || ::access(below.c_str(), F_OK) != 0) return;
     }
+}
+
+void X11WindowSystem::configurationEvents() {
+    alignas(inotify_event) char buffer[4096];
+    bool changed = false;
+    bool rearm = false;
+    ssize_t length;
+    while ((length = ::read(inotifyFd_, buffer, sizeof buffer)) > 0) {
+        for (char* at = buffer; at < buffer + length;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(at);
+            const std::string name = event->len > 0 ? event->name : "";
+            if (event->wd == watchFolder_) {
+                if (name == configName_) changed = true;
+                // The folder itself went away or moved: wait for it again.
+                if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+                    rearm = true;
+                    changed = true;
+                }
+            }
+            if (event->wd == watchParent_) rearm = true;
+            at += sizeof(inotify_event) + event->len;
+        }
+    }
+    if (rearm) {
+        const bool hadFolder = watchFolder_ >= 0;
+        armConfigurationWatch();
+        // The folder may have come with the file already in it.
+        if (!hadFolder && watchFolder_ >= 0) changed = true;
+    }
+    if (changed && events_ != nullptr) events_->configurationChanged();
 }
 
 }  // namespace halyward::x11

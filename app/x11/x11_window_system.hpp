@@ -106,9 +106,14 @@ private:
     /// Reads the stacking list and the active window again after the queued events.
     void refreshSoon();
     xcb_window_t activeWindow();
+    std::uint32_t currentDesktop();
     std::vector<xcb_window_t> stacking();
     void connectionLost();
     void announceStartup(const std::string& message);
+    /// Watches the configuration's folder, or the nearest folder above it while it is
+    /// missing.
+    void armConfigurationWatch();
+    void configurationEvents();
 
     void ungrabAll();
     void grabLeader();
@@ -159,6 +164,7 @@ private:
     /// (soon, or at once when asked for first), so a chord finds them read already.
     std::optional<std::vector<xcb_window_t>> stacking_;
     std::optional<xcb_window_t> active_;
+    std::optional<std::uint32_t> currentDesktop_;
     bool refreshPending_ = false;
     std::unordered_map<xcb_window_t, Tracked> tracked_;
     std::optional<std::vector<DisplayInfo>> displays_;

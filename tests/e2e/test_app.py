@@ -108,15 +108,7 @@ class Tiling:
         self.addCleanup(self.desktop.run, "xmodmap", "-e", "keycode 41 = f F", "-e",
                         "keycode 42 = g G")
         self.desktop.activate(alpha)
-
-        def filled():
-            self.desktop.key("ctrl+alt+f")
-            try:
-                self.desktop.wait_frame(alpha, SCREEN, "fill", timeout=2)
-                return True
-            except AssertionError:
-                return False
-        wait_for(filled, timeout=30, what="ctrl+opt+f on its new key to fill")
+        self.press_until("ctrl+alt+f", alpha, SCREEN, "ctrl+opt+f on its new key to fill")
 
     def test_size_hints_land_anchored_to_the_tiles_corner(self):
         term, _ = self.desktop.xterm()
@@ -202,6 +194,19 @@ class Tiling:
         # The keyboard is ours no more: a bare key reaches the focused window again.
         self.desktop.key("l")
         self.assertIsNone(self.desktop.overlay(min_width=0))
+
+    def test_a_layout_takes_only_the_windows_of_the_current_workspace(self):
+        alpha = self.open("alpha")
+        beta = self.open("beta", geometry="300x300+600+100")
+        away = self.open("gamma", geometry="300x300+300+500")
+        self.desktop.run("wmctrl", "-i", "-r", str(away), "-t", "1")
+        wait_for(lambda: "= 1" in self.desktop.xprop(away, "_NET_WM_DESKTOP"),
+                 what="gamma to move to the second workspace")
+        self.desktop.activate(alpha)
+        self.desktop.key("ctrl+alt+1")
+        halves = {tile_frame("left-half", SCREEN, 0), tile_frame("right-half", SCREEN, 0)}
+        wait_for(lambda: {self.desktop.frame(alpha), self.desktop.frame(beta)} == halves,
+                 timeout=10, what="layout 1 to halve the two windows in sight")
 
     def test_only_one_display_shows_a_notice(self):
         alpha = self.open("alpha")
@@ -293,8 +298,19 @@ class Tiling:
             return free
         wait_for(old_chord_free, what="ctrl+opt+f to be released")
         self.desktop.activate(alpha)
-        self.desktop.key("ctrl+alt+g")
-        self.desktop.wait_frame(alpha, SCREEN, "the new chord to fill")
+        self.press_until("ctrl+alt+g", alpha, SCREEN, "the new chord to fill")
+
+    def press_until(self, chord, wid, frame, what):
+        """Presses `chord` until `wid` has `frame`: the app takes the chord in its own time
+        after a change it was told of."""
+        def there():
+            self.desktop.key(chord)
+            try:
+                self.desktop.wait_frame(wid, frame, what, timeout=2)
+                return True
+            except AssertionError:
+                return False
+        wait_for(there, timeout=30, what=what)
 
     def test_tile_gap_and_a_maximized_window(self):
         alpha = self.open("alpha", "--maximized")
@@ -436,6 +452,24 @@ class Lifecycle(unittest.TestCase):
             self.assertEqual(desktop.stop_app(), 0)
             self.assertFalse(desktop.socket_path().exists())
             self.assertEqual(desktop.cli("ping", "--timeout", "1").returncode, 3)
+
+    def test_a_configuration_written_after_the_first_start_is_followed(self):
+        # A first run: no ~/.config at all until the file is saved.
+        with AppDesktop("openbox", "first") as desktop:
+            desktop.start_app()
+            alpha, _ = desktop.window("alpha")
+            desktop.write_config('[general]\nanimate_tiles = false\n'
+                                 '[tile_hotkeys]\nfill = "ctrl+opt+g"\n')
+            desktop.activate(alpha)
+
+            def filled():
+                desktop.key("ctrl+alt+g")
+                try:
+                    desktop.wait_frame(alpha, SCREEN, "fill", timeout=2)
+                    return True
+                except AssertionError:
+                    return False
+            wait_for(filled, timeout=20, what="the chord from the new file to fill")
 
     def test_the_x_server_going_away_ends_the_app(self):
         with AppDesktop("openbox", "lost") as desktop:
