@@ -7,7 +7,7 @@
 #include "halyward/commands/command_router.hpp"
 #include "halyward/commands/targets.hpp"
 #include "halyward/control/control_client.hpp"
-#include "halyward/system/paths.hpp"
+#include "halyward/system/platform_paths.hpp"
 #include "halyward/text/text.hpp"
 
 #include <cstdio>
@@ -17,24 +17,11 @@
 #include <system_error>
 #include <vector>
 
-#include <pwd.h>
 #include <unistd.h>
 
 using namespace halyward;
 
 namespace {
-
-std::string homeFolder() {
-    std::string home;
-    if (const char* variable = std::getenv("HOME"); variable && *variable) {
-        home = variable;
-    } else if (const passwd* entry = ::getpwuid(::getuid()); entry && entry->pw_dir) {
-        home = entry->pw_dir;
-    }
-    // Paths are built as home + "/…", so "/" and "/home/ann/" lose their trailing slash.
-    while (!home.empty() && home.back() == '/') home.pop_back();
-    return home;
-}
 
 #ifndef __APPLE__
 std::string environment(const char* name) {
@@ -78,7 +65,10 @@ int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
 
     CommandContext context;
-    context.home = homeFolder();
+    // Where this program's files are, from the same environment the app reads.
+    const PathEnvironment paths = currentPathEnvironment();
+    context.home = paths.home;
+    context.paths = platformPaths(hostPathConvention(), paths, localSocketPathLimit());
     std::error_code error;
     context.workingDirectory = std::filesystem::current_path(error).string();
     // Only a person at a terminal can answer; scripts and pipes must pass --yes.
@@ -92,9 +82,8 @@ int main(int argc, char** argv) {
         };
     }
     const std::string home = context.home;
-    context.sendToApp = [home](const std::vector<std::string>& forwarded, double timeout) {
-        const std::string socket = HalywardPaths::resolvedSocketFile(
-            home, static_cast<std::int64_t>(controlSocketPathLimit()));
+    context.sendToApp = [socket = context.paths.socketFile](
+                            const std::vector<std::string>& forwarded, double timeout) {
         return ControlClient::send(socket, forwarded, timeout);
     };
 #ifdef __APPLE__

@@ -16,6 +16,15 @@ if(TARGET halyward)
 endif()
 if(TARGET halyward-app)
   install(TARGETS halyward-app RUNTIME DESTINATION ${HALYWARD_INSTALL_BINDIR} COMPONENT runtime)
+  # Its launcher entry and icon, named for the app id its autostart entry also carries.
+  install(FILES "${PROJECT_SOURCE_DIR}/app/share/app.halyward.Halyward.desktop"
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT runtime)
+  install(FILES "${PROJECT_SOURCE_DIR}/app/share/app.halyward.Halyward.svg"
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT runtime)
+endif()
+# Beside halyward-app, which starts it.
+if(TARGET halyward-new-app)
+  install(TARGETS halyward-new-app RUNTIME DESTINATION ${HALYWARD_INSTALL_BINDIR} COMPONENT runtime)
 endif()
 if(TARGET HalywardWebHost)
   install(TARGETS HalywardWebHost RUNTIME DESTINATION ${HALYWARD_INSTALL_HOSTDIR} COMPONENT runtime)

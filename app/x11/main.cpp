@@ -3,21 +3,22 @@
 // talks to. It takes no arguments and runs until it is told to stop (SIGTERM, SIGINT) or
 // the X server goes away.
 
+#include "citizen.hpp"
 #include "event_loop.hpp"
 #include "halyward/app/app_core.hpp"
 #include "halyward/app/window_identity.hpp"
 #include "halyward/base/error.hpp"
 #include "halyward/commands/targets.hpp"
 #include "halyward/control/control_client.hpp"
-#include "halyward/system/paths.hpp"
+#include "halyward/system/platform_paths.hpp"
 #include "x11_window_system.hpp"
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
-#include <pwd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -32,18 +33,6 @@ std::string environment(const char* name) {
     return value != nullptr ? value : "";
 }
 
-std::string homeFolder() {
-    std::string home = environment("HOME");
-    if (home.empty()) {
-        if (const passwd* entry = ::getpwuid(::getuid()); entry != nullptr && entry->pw_dir) {
-            home = entry->pw_dir;
-        }
-    }
-    // Paths are built as home + "/…", so "/" and "/home/ann/" lose their trailing slash.
-    while (!home.empty() && home.back() == '/') home.pop_back();
-    return home;
-}
-
 void say(std::string_view line) {
     std::fprintf(stderr, "halyward-app: %.*s\n", static_cast<int>(line.size()), line.data());
 }
@@ -51,7 +40,10 @@ void say(std::string_view line) {
 }  // namespace
 
 int main() {
-    const std::string home = homeFolder();
+    const PathEnvironment pathEnvironment = currentPathEnvironment();
+    const PlatformPaths paths =
+        platformPaths(hostPathConvention(), pathEnvironment, localSocketPathLimit());
+    const std::string& home = pathEnvironment.home;
     const bool wayland = !environment("WAYLAND_DISPLAY").empty();
     if (environment("DISPLAY").empty()) {
         say(wayland ? "Halyward tiles X11 windows, and this Wayland session offers no X display "
@@ -93,12 +85,18 @@ int main() {
     AppCoreOptions options;
     options.home = home;
     // The same path the command line asks, so `halyward ping` reaches this process.
-    options.socketPath = HalywardPaths::resolvedSocketFile(
-        home, static_cast<std::int64_t>(controlSocketPathLimit()));
+    options.socketPath = paths.socketFile;
+    options.autostartFile = paths.autostartFile;
+    options.commandFile = paths.commandFile;
+    std::error_code noLink;
+    options.executable = std::filesystem::read_symlink("/proc/self/exe", noLink).string();
     options.findApplication = [dataFolders](std::string_view name) {
         return findDesktopApplication(name, dataFolders);
     };
     options.report = say;
+    x11::DesktopCitizen citizen(loop, paths, options.executable);
+    options.configurationApplied = citizen.configurationApplied();
+    options.showNewAppForm = citizen.newAppForm();
 
     AppCore core(*system, options);
     system->setEvents(&core);
@@ -123,6 +121,8 @@ int main() {
         return failure.exitCode;
     }
 
+    // Only the one instance that runs shows a tray item.
+    citizen.attach(core);
     loop.run();
     core.stop();
     if (signals >= 0) ::close(signals);

@@ -50,6 +50,9 @@ public:
     bool focus(WindowId id) override;
     bool hideApp(const std::string& appIdentity) override;
     bool launch(const LaunchRequest& request, std::string& error) override;
+    // In terminal.cpp.
+    bool runInTerminal(const TerminalRequest& request, std::string& error) override;
+    std::optional<std::string> workingDirectory(std::int64_t processId) override;
     std::vector<ChordGrabFailure> grabChords(const std::vector<HotkeyChord>& chords) override;
     bool watchLeaderKey(const std::optional<HotkeyKey>& key) override;
     bool grabKeyboard() override;

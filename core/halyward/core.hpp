@@ -29,6 +29,7 @@
 #include "halyward/hotkeys/tile_keys.hpp"
 #include "halyward/system/atomic_file.hpp"
 #include "halyward/system/paths.hpp"
+#include "halyward/system/platform_paths.hpp"
 #include "halyward/system/regular_file.hpp"
 #include "halyward/system/unique_fd.hpp"
 #include "halyward/text/regex.hpp"

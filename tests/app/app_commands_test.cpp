@@ -142,7 +142,7 @@ tile = "bottom-half"
     const CommandOutput output = run({"apply"});
     EXPECT_EQ(output.exitCode, ExitCode::ok);
     EXPECT_EQ(output.message,
-              "Applied the configuration: 27 chords work and rules placed 1 window.");
+              "Applied the configuration: 29 chords work and rules placed 1 window.");
     EXPECT_EQ(system.grabCalls, grabsBefore + 1);
     EXPECT_EQ(frameOf(1), tile(TileSlot::bottomHalf));
     press("ctrl+opt+t");
@@ -217,7 +217,11 @@ TEST_F(AppCommandsTest, the_control_socket_answers_on_the_main_thread_and_is_one
     EXPECT_EQ(frameOf(2), tile(TileSlot::leftHalf));
 
     FakeWindowSystem other;
-    AppCore second(other, AppCoreOptions{home.path.string(), configPath(), socketPath, {}, {}});
+    AppCoreOptions options;
+    options.home = home.path.string();
+    options.configPath = configPath();
+    options.socketPath = socketPath;
+    AppCore second(other, options);
     EXPECT_THROW(second.start(), HalywardError);
     EXPECT_TRUE(other.grabbed.empty()) << "a second app takes no chord";
 
@@ -242,7 +246,7 @@ TEST_F(AppCommandsTest, large_desktops_and_configurations_still_work) {
     }
     system.focused = 1;
     start(config);
-    EXPECT_EQ(system.grabbed.size(), 27u + 9u);
+    EXPECT_EQ(system.grabbed.size(), 29u + 9u);
     press("ctrl+opt+6");
     EXPECT_EQ(system.writes.size(), 500u);
     const WindowInfo fresh = window(9999, "app.halyward.web.app4999", {5, 40, 10, 10});

@@ -49,6 +49,9 @@ protected:
             return std::nullopt;
         };
         options.report = [this](std::string_view line) { reports.emplace_back(line); };
+        options.autostartFile = autostartFile;
+        options.executable = "/opt/halyward/bin/halyward-app";
+        options.showNewAppForm = [this] { ++newAppForms; };
         core = std::make_unique<AppCore>(system, std::move(options));
         core->start();
     }
@@ -74,6 +77,8 @@ protected:
 
     ScratchFolder home;
     std::string socketPath;
+    std::string autostartFile;
+    int newAppForms = 0;
     FakeWindowSystem system;
     std::vector<std::string> reports;
     std::unique_ptr<AppCore> core;

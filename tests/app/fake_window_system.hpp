@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -44,6 +45,9 @@ public:
     std::vector<WindowId> focuses;
     std::vector<std::string> hiddenApps;
     std::vector<LaunchRequest> launches;
+    std::vector<TerminalRequest> terminals;
+    // The working folder of each process the fake knows.
+    std::map<std::int64_t, std::string> directories;
     std::vector<HotkeyChord> grabbed;
     int grabCalls = 0;
     std::optional<HotkeyKey> leaderKey;
@@ -134,6 +138,16 @@ public:
         launches.push_back(request);
         if (!launchSucceeds) error = "No application is installed as " + request.appIdentity + ".";
         return launchSucceeds;
+    }
+    bool runInTerminal(const TerminalRequest& request, std::string& error) override {
+        terminals.push_back(request);
+        if (!launchSucceeds) error = "No terminal could be started.";
+        return launchSucceeds;
+    }
+    std::optional<std::string> workingDirectory(std::int64_t processId) override {
+        auto found = directories.find(processId);
+        if (found == directories.end()) return std::nullopt;
+        return found->second;
     }
     std::vector<ChordGrabFailure> grabChords(const std::vector<HotkeyChord>& chords) override {
         ++grabCalls;

@@ -208,7 +208,16 @@ TEST_F(RouterFixture, doctor_reports_each_problem_on_its_own_line_with_the_worst
     context.pathExists = [](const std::string& path) {
         return path.find("Mail.app") == std::string::npos;
     };
-    EXPECT_EQ(run({"doctor"}), (CommandOutput{0, "No problems found.", JSONValue(JSONArray{})}));
+    const CommandOutput healthy = run({"doctor"});
+    EXPECT_EQ(healthy.exitCode, ExitCode::ok);
+    EXPECT_EQ(healthy.payload, JSONValue(JSONArray{}));
+    // The verdict first, then the files in use.
+    EXPECT_EQ(healthy.message.rfind("No problems found.\n\nConfiguration: " +
+                                        (home / ".config/halyward/config.toml").string() +
+                                        "\nControl socket: ",
+                                    0),
+              0u)
+        << healthy.message;
     writeConfig(std::string(kMailApp) +
                 "hotkey = \"ctrl+opt+l\"\ntile = \"middle\"\n"
                 "\n[hotkeys]\n\"hyper+x\" = \"com.example.x\"\n"
@@ -273,7 +282,8 @@ TEST_F(RouterFixture, doctor_names_each_line_an_edit_would_change_and_what_to_wr
         for (const std::string& finding : c.findings)
             expected += (expected.empty() ? "" : "\n") + finding;
         EXPECT_EQ(output.exitCode, ExitCode::config) << c.text;
-        EXPECT_EQ(output.message, expected) << c.text;
+        // The findings, then a blank line before the paths in use.
+        EXPECT_EQ(output.message.substr(0, output.message.find("\n\n")), expected) << c.text;
         EXPECT_EQ(readFile(config), c.text);  // only told about, never changed
     }
 }

@@ -5,6 +5,7 @@
 #include "halyward/control/control_client.hpp"
 #include "halyward/control/internal/local_socket.hpp"
 #include "halyward/system/paths.hpp"
+#include "halyward/system/platform_paths.hpp"
 
 #include "support/scratch_folder.hpp"
 
@@ -85,8 +86,10 @@ struct ExeFixture : ::testing::Test {
         return result;
     }
     std::string socketPath() const {
-        return HalywardPaths::resolvedSocketFile(
-            home.string(), static_cast<std::int64_t>(controlSocketPathLimit()));
+        // The executable runs with HOME alone, so no runtime folder: the fallback.
+        return platformPaths(hostPathConvention(), PathEnvironment{home.string(), {}, {}, {}},
+                             localSocketPathLimit())
+            .socketFile;
     }
 };
 

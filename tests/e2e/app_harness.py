@@ -224,7 +224,9 @@ class AppDesktop:
         temporary.write_text(text)
         os.replace(temporary, self.config_path)
 
-    def start_app(self):
+    def start_app(self, first_run=False):
+        if not first_run:
+            self._onboarded()
         self.app_runs += 1
         self.app_log = self.root / f"app-{self.app_runs}.log"
         with open(self.app_log, "wb") as log:
@@ -236,6 +238,18 @@ class AppDesktop:
             return self.cli("ping", "--timeout", "1").returncode == 0
         wait_for(answering, what="halyward-app to answer ping")
         return self.app
+
+    def _onboarded(self):
+        """Marks the first run as done, so the welcome window stays away from tests that
+        count, focus and screenshot windows."""
+        text = self.config_path.read_text() if self.config_path.exists() else ""
+        if "onboarding_complete" in text:
+            return
+        if "[general]\n" in text:
+            text = text.replace("[general]\n", "[general]\nonboarding_complete = true\n", 1)
+        else:
+            text = "[general]\nonboarding_complete = true\n" + text
+        self.write_config(text)
 
     def stop_app(self):
         if self.app is None:
@@ -253,7 +267,7 @@ class AppDesktop:
                               timeout=timeout)
 
     def socket_path(self):
-        return self.home / "Library" / "Application Support" / "Halyward" / "halyward.sock"
+        return self.root / "run" / "halyward" / "halyward.sock"
 
     # --- X clients ------------------------------------------------------------------------
 

@@ -39,6 +39,13 @@ for f in usr/bin/halyward usr/share/man/man1/halyward.1.gz \
   usr/share/doc/halyward/copyright usr/share/doc/halyward/changelog.gz; do
   [[ -f $root/$f ]] || fail "the package lacks /$f"
 done
+if [[ -f $build/cli/halyward-app ]]; then
+  for f in usr/bin/halyward-app usr/bin/halyward-new-app \
+    usr/share/applications/app.halyward.Halyward.desktop \
+    usr/share/icons/hicolor/scalable/apps/app.halyward.Halyward.svg; do
+    [[ -f $root/$f ]] || fail "the package lacks /$f"
+  done
+fi
 if find "$root" -path '*/include/*' -o -name '*.a' | grep -q .; then
   fail "the package holds development files"
 fi

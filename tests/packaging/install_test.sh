@@ -21,6 +21,11 @@ for f in bin/halyward share/man/man1/halyward.1.gz share/bash-completion/complet
 done
 if [[ $(uname -s) == Linux && -f $build/cli/halyward-app ]]; then
   [[ -x $prefix/bin/halyward-app ]] || fail "bin/halyward-app is missing"
+  [[ -x $prefix/bin/halyward-new-app ]] || fail "bin/halyward-new-app is missing"
+  [[ -f $prefix/share/icons/hicolor/scalable/apps/app.halyward.Halyward.svg ]] ||
+    fail "halyward-app's icon is missing"
+  entry=$prefix/share/applications/app.halyward.Halyward.desktop
+  desktop-file-validate "$entry" || fail "halyward-app's launcher entry does not validate"
 fi
 ! find "$prefix/include" -path '*/internal/*' | grep -q . || fail "internal headers were installed"
 [[ $("$prefix/bin/halyward" version) == *1.* ]] || fail "the installed halyward does not run"

@@ -2,6 +2,7 @@
 
 #include "halyward/app/app_core_impl.hpp"
 #include "halyward/app/app_hotkeys.hpp"
+#include "halyward/app/autostart.hpp"
 #include "halyward/app/desktop.hpp"
 #include "halyward/app/tile_mode.hpp"
 #include "halyward/app/tile_panel.hpp"
@@ -26,12 +27,14 @@ std::string configPathFor(const AppCoreOptions& options) {
 
 CommandContext commandContext(
     const AppCoreOptions& options,
-    std::function<CommandOutput(const Invocation& invocation)> windowCommand) {
+    std::function<CommandOutput(const Invocation& invocation)> windowCommand,
+    std::function<JSONArray()> grabFailures) {
     CommandContext context;
     context.home = options.home;
     context.configPath = configPathFor(options);
     context.findApplication = options.findApplication;
     context.windowCommand = std::move(windowCommand);
+    context.grabFailures = std::move(grabFailures);
     return context;
 }
 
@@ -44,7 +47,14 @@ AppCore::Impl::Impl(WindowSystem& system, AppCoreOptions options)
       mover(system),
       tiles(system, mover),
       router(commandContext(
-          options, [this](const Invocation& invocation) { return windowCommand(invocation); })),
+          options, [this](const Invocation& invocation) { return windowCommand(invocation); },
+          [this] {
+              JSONArray failures;
+              for (const ChordGrabFailure& failure : grabFailures)
+                  failures.push_back(
+                      JSONObject{{"chord", failure.chord.canonical()}, {"reason", failure.reason}});
+              return failures;
+          })),
       leaderTimer(system) {
     mover.onFrame = [this](WindowId id, const Frame& frame) {
         if (tileMode && outlined == id) this->system.showFocusOutline(frame);
@@ -73,6 +83,7 @@ void AppCore::Impl::start() {
         server->start();
     }
     started = true;
+    firstRunDue = !config.config().general.onboardingComplete;
     applyConfiguration();
     system.watchConfiguration(config.path());
 }
@@ -134,8 +145,16 @@ void AppCore::Impl::applyConfiguration() {
             " as the leader key here, so chords with leader+ do nothing.");
     }
 
+    if (!options.autostartFile.empty()) {
+        std::string error;
+        applyAutostart(options.autostartFile, current.general.launchAtLogin, options.executable,
+                       error);
+        if (!error.empty()) say(error);
+    }
+
     rules = detail::WindowRules(current, options.findApplication);
     for (const std::string& problem : rules.problems) say(problem);
+    if (options.configurationApplied) options.configurationApplied();
 
     if (tileMode) {
         // The panel shows the chords in force.
@@ -165,6 +184,10 @@ void AppCore::Impl::run(const detail::ChordCommand& command) {
             }
             break;
         case detail::ChordCommand::Kind::app: pressAppHotkey(command.bundleIdentifier); break;
+        case detail::ChordCommand::Kind::agent: pressAgent(); break;
+        case detail::ChordCommand::Kind::newApp:
+            if (options.showNewAppForm) options.showNewAppForm();
+            break;
     }
 }
 

@@ -38,6 +38,8 @@ struct AppCore::Impl {
     // Keys.
     void run(const detail::ChordCommand& command);
     void pressAppHotkey(const std::string& identity);
+    // agent_chord_run.cpp.
+    void pressAgent();
     void enterTileMode();
     void leaveTileMode();
     void tileModeKey(const KeyPress& press);
@@ -70,6 +72,9 @@ struct AppCore::Impl {
     std::unique_ptr<ControlServer> server;
 
     bool started = false;
+    // The file said onboarding_complete = false at start and the first-run window has not
+    // been shown yet.
+    bool firstRunDue = false;
     bool tileMode = false;
     // The leader key is watched: leader chords exist and the key could be watched.
     bool leaderWatched = false;

@@ -15,11 +15,8 @@ namespace {
 std::optional<ChordCommand> commandFor(const std::string& target) {
     if (target == "halyward.tile-mode") return ChordCommand{ChordCommand::Kind::tileMode, {}, {}};
     if (target == "halyward.layout") return ChordCommand{ChordCommand::Kind::layoutCycle, {}, {}};
-    // The agent and new-app chords open windows of Halyward's own (the agent's terminal,
-    // the new-app form) that this app does not have yet. Grabbing them now would only
-    // swallow the keys from the programs that use them, so they stay free until those
-    // windows exist.
-    if (target == "halyward.agent" || target == "halyward.new-app") return std::nullopt;
+    if (target == "halyward.agent") return ChordCommand{ChordCommand::Kind::agent, {}, {}};
+    if (target == "halyward.new-app") return ChordCommand{ChordCommand::Kind::newApp, {}, {}};
     if (std::string_view(target).starts_with("tile:")) {
         if (auto action = parseTileAction(target)) {
             // A layout number outside 1 to 6 has no layout to apply.

@@ -24,6 +24,10 @@ struct ChordCommand {
         tile,
         // An application's hotkey (`bundleIdentifier`).
         app,
+        // `agent_command` in a terminal.
+        agent,
+        // The new-app form.
+        newApp,
     };
     Kind kind = Kind::tile;
     std::optional<TileAction> action;

@@ -38,6 +38,9 @@ public:
     std::optional<std::int64_t> lastLayout(const DisplayInfo& display) const;
     // Moves `window` to `frame`.
     void place(const WindowInfo& window, const Frame& frame, const TileSettings& settings);
+    // Shows `text` in the notice for a short while, near `anchor` or centred on `screen`.
+    void showNotice(const std::string& text, const std::optional<Frame>& anchor,
+                    const Frame& screen);
     // Hides the notice and forgets its timer.
     void stop();
 
@@ -45,8 +48,6 @@ private:
     void focusToward(const Desktop& desktop, Direction direction);
     void moveToward(const Desktop& desktop, Direction direction, const TileSettings& settings);
     void moveToDisplay(const Desktop& desktop, std::int64_t delta, const TileSettings& settings);
-    void showNotice(const std::string& text, const std::optional<Frame>& anchor,
-                    const Frame& screen);
 
     using DisplayKey = std::array<double, 4>;
     static DisplayKey key(const DisplayInfo& display);

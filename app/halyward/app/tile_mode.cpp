@@ -30,7 +30,9 @@ TileModeKey tileModeKey(const KeyPress& press, const ChordBindings& bindings) {
             case ChordCommand::Kind::tileMode: return {TileModeKey::Kind::leave, {}, {}};
             case ChordCommand::Kind::tile: return forAction(*command->action);
             case ChordCommand::Kind::layoutCycle:
-            case ChordCommand::Kind::app: return {TileModeKey::Kind::command, {}, *command};
+            case ChordCommand::Kind::app:
+            case ChordCommand::Kind::agent:
+            case ChordCommand::Kind::newApp: return {TileModeKey::Kind::command, {}, *command};
         }
         return {};
     }

@@ -113,6 +113,16 @@ struct LaunchRequest {
     bool operator==(const LaunchRequest&) const = default;
 };
 
+/// What running a command in a terminal needs.
+struct TerminalRequest {
+    /// The terminal the user chose: a desktop entry id on Linux, a bundle identifier on
+    /// macOS. Empty, or one that is not installed, means the desktop's default terminal.
+    std::string terminal;
+    /// An executable script for the terminal to run; it enters its own folder first.
+    std::string scriptPath;
+    bool operator==(const TerminalRequest&) const = default;
+};
+
 /// Events from the window system, implemented by the app core. Calls arrive on the main
 /// thread.
 class WindowSystemEvents {
@@ -182,6 +192,12 @@ public:
     virtual bool hideApp(const std::string& appIdentity) = 0;
     /// Starts an application; false with `error` set when it cannot be started.
     virtual bool launch(const LaunchRequest& request, std::string& error) = 0;
+    /// Opens a terminal window running `request.scriptPath`; false with `error` set (one
+    /// sentence) when no terminal can be started.
+    virtual bool runInTerminal(const TerminalRequest& request, std::string& error) = 0;
+    /// The folder a process works in (on Linux its /proc/<pid>/cwd), when the system
+    /// tells; none for an unknown or foreign process.
+    virtual std::optional<std::string> workingDirectory(std::int64_t processId) = 0;
 
     // Keys.
 

@@ -7,6 +7,7 @@
 #include "halyward/base/command_output.hpp"
 #include "halyward/commands/invocation.hpp"
 #include "halyward/commands/targets.hpp"
+#include "halyward/system/platform_paths.hpp"
 #include "halyward/webapps/site_fetcher.hpp"
 
 #include <functional>
@@ -23,6 +24,9 @@ struct CommandContext {
     /// The configuration file when the invocation has no `--config`; empty means
     /// `HalywardPaths::configFile(home)`.
     std::string configPath;
+    /// The socket and state paths in use, shown by `doctor`; an empty socket path means
+    /// those of this platform for `home` with no XDG variables set.
+    PlatformPaths paths;
     /// Where relative folders typed by the user start.
     std::string workingDirectory;
     /// Whether `confirm` may be asked; false when nobody is there to answer.
@@ -37,6 +41,9 @@ struct CommandContext {
     /// In the running app: carries out `tile`, `layout save`, `layout apply` and `apply`
     /// (already checked). Absent when this build has no window manager.
     std::function<CommandOutput(const Invocation& invocation)> windowCommand;
+    /// In the running app: the chords it could not take, as {"chord", "reason"} objects,
+    /// which `ping` answers with so that `doctor` can tell.
+    std::function<JSONArray()> grabFailures;
     /// Whether a file or folder exists at the path; absent means std::filesystem.
     std::function<bool(const std::string& path)> pathExists;
     /// Finds an installed application by name; absent means names resolve only to web

@@ -44,6 +44,12 @@ bool CommandRun::exists(const std::string& path) const {
     return fs::exists(fs::symlink_status(path, error));
 }
 
+PlatformPaths CommandRun::paths() const {
+    if (!context.paths.socketFile.empty()) return context.paths;
+    return platformPaths(hostPathConvention(), PathEnvironment{context.home, {}, {}, {}},
+                         localSocketPathLimit());
+}
+
 std::string CommandRun::appsDirectory() const { return HalywardPaths::appsDirectory(context.home); }
 
 CommandOutput success(std::string message, JSONValue payload) {

@@ -2,6 +2,7 @@
 
 #include "halyward/base/error.hpp"
 #include "halyward/commands/doctor.hpp"
+#include "halyward/commands/doctor_status.hpp"
 #include "halyward/config/config_json.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/webapps/staging.hpp"
@@ -40,7 +41,9 @@ CommandOutput configShow(const CommandRun& run) {
     return success(std::move(message), configJSON(file.decode()));
 }
 
-CommandOutput doctor(const CommandRun& run) {
+namespace {
+
+std::vector<DoctorFinding> configurationFindings(const CommandRun& run) {
     std::optional<ConfigFile> file;
     std::vector<DoctorFinding> findings;
     try {
@@ -50,7 +53,7 @@ CommandOutput doctor(const CommandRun& run) {
             findings = doctorTextFindings(*text);
         }
     } catch (const HalywardError& error) {
-        return doctorOutput({doctorFinding(error)});
+        return {doctorFinding(error)};
     }
     std::vector<DoctorFinding> more =
         doctorFindings(file->decode(), run.appsDirectory(),
@@ -64,7 +67,27 @@ CommandOutput doctor(const CommandRun& run) {
                  " in the apps folder; the next app add, app list or app remove deletes it.",
              ExitCode::failed});
     }
-    return doctorOutput(findings);
+    return findings;
+}
+
+}  // namespace
+
+CommandOutput doctor(const CommandRun& run) {
+    CommandOutput output = doctorOutput(configurationFindings(run));
+    // The paths come after the findings, so the first line still says whether all is well.
+    output.message += "\n\n" + doctorPathLines(run.paths());
+    // The command line asks the app; inside the app the router knows itself.
+    std::optional<JSONValue> ping;
+    if (run.context.sendToApp) {
+        try {
+            const CommandOutput answer = run.context.sendToApp({"ping"}, 1.0);
+            if (answer.ok()) ping = answer.payload;
+        } catch (const HalywardError&) {}
+    } else if (run.context.grabFailures) {
+        ping = JSONObject{{"grabFailures", run.context.grabFailures()}};
+    }
+    output.message += "\n" + doctorAppLine(ping);
+    return output;
 }
 
 }  // namespace halyward::commands

@@ -24,8 +24,11 @@ CommandOutput windowCommand(const CommandRun& run) {
     // creates it: its one write to the file is `layout save`.
     std::string_view what;
     switch (command.kind()) {
-        case Command::Kind::ping:
-            return success("pong", JSONObject{{"version", HalywardVersion::current}});
+        case Command::Kind::ping: {
+            JSONObject payload{{"version", HalywardVersion::current}};
+            if (run.context.grabFailures) payload["grabFailures"] = run.context.grabFailures();
+            return success("pong", std::move(payload));
+        }
         case Command::Kind::tile: {
             const HalywardConfig config = run.read().decode();
             resolveTarget(command.asTile()->target, config, run.context.findApplication);

@@ -142,6 +142,10 @@ std::string desktopExecArgument(std::string_view argument) {
 }
 
 std::optional<std::string> desktopEntryBundle(std::string_view entryText) {
+    return desktopEntryValue(entryText, kBundleKey);
+}
+
+std::optional<std::string> desktopEntryValue(std::string_view entryText, std::string_view wanted) {
     bool inMainGroup = false;
     std::size_t start = 0;
     while (start < entryText.size()) {
@@ -159,7 +163,7 @@ std::optional<std::string> desktopEntryBundle(std::string_view entryText) {
         if (equals == std::string_view::npos) continue;
         std::string_view key = line.substr(0, equals);
         while (!key.empty() && key.back() == ' ') key.remove_suffix(1);
-        if (key != kBundleKey) continue;
+        if (key != wanted) continue;
         std::string_view value = line.substr(equals + 1);
         while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
         return unescaped(value);

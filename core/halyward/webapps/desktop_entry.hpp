@@ -55,6 +55,10 @@ std::string desktopExecArgument(std::string_view argument);
 /// entry's text, unescaped; none when the entry is not one of ours.
 std::optional<std::string> desktopEntryBundle(std::string_view entryText);
 
+/// The value of `key` in the [Desktop Entry] group of an entry's text, unescaped; none
+/// when the group has no such key.
+std::optional<std::string> desktopEntryValue(std::string_view entryText, std::string_view key);
+
 /// Writes the desktop entry of the bundle at `bundlePath` (its name and identifier read
 /// from its Info.plist, its icon Contents/Resources/AppIcon.png when present), then runs
 /// update-desktop-database on the folder when that tool is installed. Launchers look for

@@ -40,6 +40,8 @@ public:
     bool exists(const std::string& path) const;
     // The configuration file's path, as --config or the home folder gives it.
     const std::string& configPath() const { return configPath_; }
+    // The socket and state paths in use: the context's, or this platform's for its home.
+    PlatformPaths paths() const;
     // The folder web-app bundles are made in.
     std::string appsDirectory() const;
 
