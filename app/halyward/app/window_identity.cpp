@@ -1,14 +1,13 @@
 #include "halyward/app/window_identity.hpp"
 
 #include "halyward/base/error.hpp"
+#include "halyward/commands/targets.hpp"
 #include "halyward/system/regular_file.hpp"
 #include "halyward/text/text.hpp"
 #include "halyward/webapps/bundle_info.hpp"
 #include "halyward/webapps/desktop_entry.hpp"
 
 #include <filesystem>
-#include <set>
-#include <system_error>
 
 namespace halyward {
 
@@ -104,43 +103,22 @@ std::optional<DesktopApplication> parseDesktopApplication(std::string_view id,
 std::vector<DesktopApplication> readDesktopApplications(
     const std::vector<std::string>& dataFolders) {
     std::vector<DesktopApplication> found;
-    std::set<std::string> seenIds;
-    for (const std::string& folder : dataFolders) {
-        const fs::path applications = fs::path(folder) / "applications";
-        std::error_code error;
-        fs::recursive_directory_iterator it(applications,
-                                            fs::directory_options::skip_permission_denied, error);
-        if (error) continue;
-        for (const fs::recursive_directory_iterator end; it != end; it.increment(error)) {
-            if (error) break;
-            // Links to folders could loop; desktop files live at most a few levels down.
-            if (it.depth() > 4) {
-                it.disable_recursion_pending();
-                continue;
-            }
-            const fs::path& file = it->path();
-            if (file.extension() != ".desktop" || !it->is_regular_file(error)) continue;
-            std::string id = fs::relative(file, applications, error).replace_extension().string();
-            if (error) continue;
-            for (char& c : id) {
-                if (c == '/') c = '-';
-            }
-            if (!seenIds.insert(id).second) continue;
-            std::optional<RegularFile> contents;
-            try {
-                // Desktop files are small; a huge file or a pipe planted there must not
-                // stall the app.
-                contents = readRegularFile(file.native(), 256 * 1024);
-            } catch (const HalywardError&) {
-                continue;
-            }
-            if (!contents) continue;
-            std::optional<DesktopApplication> app = parseDesktopApplication(id, contents->bytes);
-            if (!app) continue;
-            app->bundleIdentifier = webAppIdentifier(contents->bytes);
-            found.push_back(std::move(*app));
+    forEachDesktopFile(dataFolders, [&found](const std::string& id, const fs::path& file) {
+        std::optional<RegularFile> contents;
+        try {
+            // Desktop files are small; a huge file or a pipe planted there must not stall
+            // the app.
+            contents = readRegularFile(file.native(), 256 * 1024);
+        } catch (const HalywardError&) {
+            return true;
         }
-    }
+        if (!contents) return true;
+        std::optional<DesktopApplication> app = parseDesktopApplication(id, contents->bytes);
+        if (!app) return true;
+        app->bundleIdentifier = webAppIdentifier(contents->bytes);
+        found.push_back(std::move(*app));
+        return true;
+    });
     return found;
 }
 

@@ -134,10 +134,9 @@ Target resolveTarget(std::string_view word, const HalywardConfig& config,
                                   "identifier such as com.apple.Safari.");
 }
 
-std::optional<InstalledApplication> findDesktopApplication(
-    std::string_view name, const std::vector<std::string>& dataFolders) {
-    const std::string wanted = text::lowercased(text::trim(name));
-    if (wanted.empty()) return std::nullopt;
+void forEachDesktopFile(
+    const std::vector<std::string>& dataFolders,
+    const std::function<bool(const std::string& id, const fs::path& file)>& visit) {
     std::set<std::string> seenIds;
     for (const std::string& folder : dataFolders) {
         const fs::path applications = fs::path(folder) / "applications";
@@ -161,13 +160,24 @@ std::optional<InstalledApplication> findDesktopApplication(
             }
             // An earlier folder's file with the same id hides this one, as desktops do.
             if (!seenIds.insert(id).second) continue;
-            const std::optional<std::string> entryName = desktopEntryName(file);
-            if (entryName && text::lowercased(*entryName) == wanted) {
-                return InstalledApplication{*entryName, id};
-            }
+            if (!visit(id, file)) return;
         }
     }
-    return std::nullopt;
+}
+
+std::optional<InstalledApplication> findDesktopApplication(
+    std::string_view name, const std::vector<std::string>& dataFolders) {
+    const std::string wanted = text::lowercased(text::trim(name));
+    if (wanted.empty()) return std::nullopt;
+    std::optional<InstalledApplication> found;
+    forEachDesktopFile(dataFolders, [&](const std::string& id, const fs::path& file) {
+        const std::optional<std::string> entryName = desktopEntryName(file);
+        if (entryName && text::lowercased(*entryName) == wanted) {
+            found = InstalledApplication{*entryName, id};
+        }
+        return !found;
+    });
+    return found;
 }
 
 std::vector<std::string> desktopDataFolders(std::string_view home, std::string_view xdgDataHome,

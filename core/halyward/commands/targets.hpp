@@ -4,6 +4,7 @@
 
 #include "halyward/config/config.hpp"
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -58,6 +59,13 @@ Target resolveTarget(std::string_view word, const HalywardConfig& config,
 /// `applications` folders of `dataFolders` (searched in order, earlier folders hiding
 /// later files with the same id). Names compare ignoring case and surrounding blanks;
 /// entries marked `Hidden=true` do not count.
+/// Calls `visit` with the id (the path below `applications` without ".desktop", "/" made
+/// "-") and path of each desktop file in the `applications` folders of `dataFolders`,
+/// searched in order: an earlier folder's file hides a later one with the same id, as
+/// desktops do. Stops early when `visit` returns false.
+void forEachDesktopFile(
+    const std::vector<std::string>& dataFolders,
+    const std::function<bool(const std::string& id, const std::filesystem::path& file)>& visit);
 std::optional<InstalledApplication> findDesktopApplication(
     std::string_view name, const std::vector<std::string>& dataFolders);
 
