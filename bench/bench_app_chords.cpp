@@ -59,6 +59,8 @@ public:
     void showFocusOutline(const Frame&) override {}
     void hideFocusOutline() override {}
     void watchConfiguration(const std::string&) override {}
+    bool runInTerminal(const TerminalRequest&, std::string&) override { return true; }
+    std::optional<std::string> workingDirectory(std::int64_t) override { return std::nullopt; }
     void post(std::function<void()> work) override { work(); }
     std::unique_ptr<TimerHandle> after(double, std::function<void()>) override { return nullptr; }
     double now() override { return 0; }
@@ -78,7 +80,9 @@ struct Home {
 void BM_app_chord_to_frame(benchmark::State& state) {
     Home home("[general]\nanimate_tiles = false\n");
     MemoryWindowSystem system;
-    AppCore core(system, AppCoreOptions{home.folder, {}, {}, {}, {}});
+    AppCoreOptions options;
+    options.home = home.folder;
+    AppCore core(system, options);
     core.start();
     const HotkeyChord fill = HotkeyParser::parse("ctrl+opt+f");
     for (auto _ : state) core.chordPressed(fill);
@@ -98,7 +102,9 @@ void BM_app_reload_5000_apps(benchmark::State& state) {
     }
     Home home(config);
     MemoryWindowSystem system;
-    AppCore core(system, AppCoreOptions{home.folder, {}, {}, {}, {}});
+    AppCoreOptions options;
+    options.home = home.folder;
+    AppCore core(system, options);
     core.start();
     // `apply` reads the file again and grabs every chord even when nothing changed.
     for (auto _ : state) benchmark::DoNotOptimize(core.runCommand({"apply"}));
