@@ -242,8 +242,9 @@ void MacWindowSystem::observeApp(NSRunningApplication* app, bool launchedNow, in
         // An app that has only just started often cannot answer yet; it is asked again a
         // few times while it finishes launching.
         if (status == kAXErrorCannotComplete && attempt < 20) {
-            after(0.25, [this, app, launchedNow, attempt] { observeApp(app, launchedNow, attempt + 1); })
-                .release();
+            dispatch_after(dispatch_time(DISPATCH_TIME_NOW, NSEC_PER_SEC / 4), dispatch_get_main_queue(), ^{
+              observeApp(app, launchedNow, attempt + 1);
+            });
         }
         return;
     }
@@ -482,7 +483,12 @@ bool MacWindowSystem::focus(WindowId id) {
     if (@available(macOS 14, *)) {
         [app activateWithOptions:0];
     } else {
+        // Before macOS 14 an app in the background could not bring another forward
+        // without this option, which macOS 14 deprecated along with the old behaviour.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
         [app activateWithOptions:NSApplicationActivateIgnoringOtherApps];
+#pragma clang diagnostic pop
     }
     return true;
 }
