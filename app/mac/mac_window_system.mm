@@ -20,6 +20,9 @@ namespace {
 // The signature our hot keys carry, so that an event for someone else's is told apart.
 constexpr OSType hotKeySignature = 'HlWd';
 
+// The virtual key code of Caps Lock, the one leader key there is.
+constexpr std::uint32_t capsLockCode = 57;
+
 // An app that does not answer within this many seconds is skipped rather than waited for:
 // one hung app must not freeze every chord.
 constexpr float messagingTimeout = 1.0f;
@@ -448,6 +451,13 @@ bool MacWindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite order)
     const CGSize size = toCGSize(frame);
     const CFRef<AXValueRef> position = CFRef<AXValueRef>::adopt(AXValueCreate(kAXValueTypeCGPoint, &point));
     const CFRef<AXValueRef> extent = CFRef<AXValueRef>::adopt(AXValueCreate(kAXValueTypeCGSize, &size));
+    // While an app's enhanced interface is on (assistive apps turn it on), it animates
+    // every write of its windows and may drop the second: it is off for the writes.
+    const CFRef<AXUIElementRef> application =
+        CFRef<AXUIElementRef>::adopt(AXUIElementCreateApplication(window->pid));
+    const CFStringRef enhanced = CFSTR("AXEnhancedUserInterface");
+    const bool wasEnhanced = boolAttribute(application.get(), enhanced);
+    if (wasEnhanced) AXUIElementSetAttributeValue(application.get(), enhanced, kCFBooleanFalse);
     const auto write = [element](CFStringRef name, AXValueRef value) {
         return AXUIElementSetAttributeValue(element, name, value);
     };
@@ -462,6 +472,7 @@ bool MacWindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite order)
         first = write(kAXSizeAttribute, extent.get());
         second = write(kAXPositionAttribute, position.get());
     }
+    if (wasEnhanced) AXUIElementSetAttributeValue(application.get(), enhanced, kCFBooleanTrue);
     return first != kAXErrorInvalidUIElement && second != kAXErrorInvalidUIElement;
 }
 
@@ -691,7 +702,9 @@ bool MacWindowSystem::watchLeaderKey(const std::optional<HotkeyKey>& key) {
         return true;
     }
     const std::optional<std::uint32_t> code = MacKeyCodes::code(*key);
-    if (!code || !ensureTap()) return false;
+    // Only a lock or modifier key reports its presses as flag changes the tap can pass on
+    // untouched; of those the grammar names Caps Lock alone.
+    if (code != capsLockCode || !ensureTap()) return false;
     leaderCode_ = *code;
     updateTap();
     return true;
