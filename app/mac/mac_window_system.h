@@ -95,6 +95,8 @@ private:
     void forgetApp(pid_t pid);
     /// The tracked entry of `element`, made (and watched for moves and closing) when new.
     Tracked& track(AXUIElementRef element, pid_t pid);
+    /// Asks for the notices of `element` closing, moving and resizing.
+    void watchWindow(AXUIElementRef element, pid_t pid);
     Tracked* find(WindowId id);
     Tracked* find(AXUIElementRef element);
     std::optional<WindowInfo> describe(const Tracked& window);

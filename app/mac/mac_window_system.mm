@@ -110,16 +110,15 @@ void cancel(__strong dispatch_source_t& source) {
 dispatch_source_t watchPath(const std::string& path, unsigned long mask, dispatch_block_t handler) {
     const int descriptor = ::open(path.c_str(), O_EVTONLY);
     if (descriptor < 0) return nullptr;
-    dispatch_source_t source = dispatch_source_create(
-        DISPATCH_SOURCE_TYPE_VNODE, static_cast<uintptr_t>(descriptor), mask, dispatch_get_main_queue());
+    dispatch_source_t source =
+        dispatch_source_create(DISPATCH_SOURCE_TYPE_VNODE, static_cast<uintptr_t>(descriptor), mask,
+                               dispatch_get_main_queue());
     if (source == nullptr) {
         ::close(descriptor);
         return nullptr;
     }
     dispatch_source_set_event_handler(source, handler);
-    dispatch_source_set_cancel_handler(source, ^{
-        ::close(descriptor);
-    });
+    dispatch_source_set_cancel_handler(source, ^{ ::close(descriptor); });
     dispatch_resume(source);
     return source;
 }
@@ -161,7 +160,8 @@ void observerCallback(AXObserverRef, AXUIElementRef element, CFStringRef notice,
 
 MacWindowSystem::MacWindowSystem(std::function<void(std::string_view)> say)
     : say_(std::move(say)), overlays_(std::make_unique<Overlays>()) {
-    const CFRef<AXUIElementRef> everything = CFRef<AXUIElementRef>::adopt(AXUIElementCreateSystemWide());
+    const CFRef<AXUIElementRef> everything =
+        CFRef<AXUIElementRef>::adopt(AXUIElementCreateSystemWide());
     AXUIElementSetMessagingTimeout(everything.get(), messagingTimeout);
 
     const EventTypeSpec hotKeyEvents[] = {{kEventClassKeyboard, kEventHotKeyPressed},
@@ -181,7 +181,8 @@ MacWindowSystem::~MacWindowSystem() {
         CFMachPortInvalidate(tap_.get());
     }
     for (auto& [pid, watched] : watched_) {
-        CFRunLoopRemoveSource(CFRunLoopGetMain(), AXObserverGetRunLoopSource(watched.observer.get()),
+        CFRunLoopRemoveSource(CFRunLoopGetMain(),
+                              AXObserverGetRunLoopSource(watched.observer.get()),
                               kCFRunLoopCommonModes);
     }
     NSNotificationCenter* workspace = NSWorkspace.sharedWorkspace.notificationCenter;
@@ -198,33 +199,28 @@ void MacWindowSystem::observe() {
         workspaceObservers_ = [NSMutableArray array];
         NSNotificationCenter* center = NSWorkspace.sharedWorkspace.notificationCenter;
         NSOperationQueue* main = NSOperationQueue.mainQueue;
-        [workspaceObservers_ addObject:[center addObserverForName:NSWorkspaceDidLaunchApplicationNotification
-                                                           object:nil
-                                                            queue:main
-                                                       usingBlock:^(NSNotification* note) {
-                                                         observeApp(note.userInfo[NSWorkspaceApplicationKey], true, 0);
-                                                       }]];
-        [workspaceObservers_ addObject:[center addObserverForName:NSWorkspaceDidTerminateApplicationNotification
-                                                           object:nil
-                                                            queue:main
-                                                       usingBlock:^(NSNotification* note) {
-                                                         NSRunningApplication* app = note.userInfo[NSWorkspaceApplicationKey];
-                                                         if (app != nil) forgetApp(app.processIdentifier);
-                                                       }]];
-        [workspaceObservers_ addObject:[center addObserverForName:NSWorkspaceDidActivateApplicationNotification
-                                                           object:nil
-                                                            queue:main
-                                                       usingBlock:^(NSNotification*) {
-                                                         if (events_ != nullptr) events_->focusChanged(focusedWindow());
-                                                       }]];
+        const auto on = [&](NSNotificationName name, void (^handler)(NSNotification*)) {
+            [workspaceObservers_ addObject:[center addObserverForName:name
+                                                               object:nil
+                                                                queue:main
+                                                           usingBlock:handler]];
+        };
+        on(NSWorkspaceDidLaunchApplicationNotification, ^(NSNotification* note) {
+          observeApp(note.userInfo[NSWorkspaceApplicationKey], true, 0);
+        });
+        on(NSWorkspaceDidTerminateApplicationNotification, ^(NSNotification* note) {
+          NSRunningApplication* app = note.userInfo[NSWorkspaceApplicationKey];
+          if (app != nil) forgetApp(app.processIdentifier);
+        });
+        on(NSWorkspaceDidActivateApplicationNotification, ^(NSNotification*) {
+          if (events_ != nullptr) events_->focusChanged(focusedWindow());
+        });
         // Monitors added, removed or rearranged, and the Dock or menu bar taking other room.
         screenObserver_ = [NSNotificationCenter.defaultCenter
             addObserverForName:NSApplicationDidChangeScreenParametersNotification
                         object:nil
                          queue:main
-                    usingBlock:^(NSNotification*) {
-                      displaysMayHaveChanged();
-                    }];
+                    usingBlock:^(NSNotification*) { displaysMayHaveChanged(); }];
     }
     for (NSRunningApplication* app in NSWorkspace.sharedWorkspace.runningApplications) {
         observeApp(app, false, 0);
@@ -245,9 +241,9 @@ void MacWindowSystem::observeApp(NSRunningApplication* app, bool launchedNow, in
         // An app that has only just started often cannot answer yet; it is asked again a
         // few times while it finishes launching.
         if (status == kAXErrorCannotComplete && attempt < 20) {
-            dispatch_after(dispatch_time(DISPATCH_TIME_NOW, NSEC_PER_SEC / 4), dispatch_get_main_queue(), ^{
-              observeApp(app, launchedNow, attempt + 1);
-            });
+            dispatch_after(dispatch_time(DISPATCH_TIME_NOW, NSEC_PER_SEC / 4),
+                           dispatch_get_main_queue(),
+                           ^{ observeApp(app, launchedNow, attempt + 1); });
         }
         return;
     }
@@ -259,7 +255,10 @@ void MacWindowSystem::observeApp(NSRunningApplication* app, bool launchedNow, in
     for (const CFRef<AXUIElementRef>& element : appWindows(watched_.at(pid).application.get())) {
         // The windows of an app running before we looked were there all along; those of an
         // app that has just started are new.
-        track(element.get(), pid).announced = !launchedNow;
+        Tracked& window = track(element.get(), pid);
+        window.announced = window.announced || !launchedNow;
+        // A window read before its app was watched was tracked without notices.
+        watchWindow(element.get(), pid);
     }
     if (launchedNow) announceNewWindows(pid);
 }
@@ -320,15 +319,19 @@ MacWindowSystem::Tracked& MacWindowSystem::track(AXUIElementRef element, pid_t p
     window.id = nextId_++;
     window.pid = pid;
     window.userWindow = isStandardWindow(element);
-    if (auto watched = watched_.find(pid); watched != watched_.end()) {
-        AXObserverRef observer = watched->second.observer.get();
-        for (CFStringRef notice : {kAXUIElementDestroyedNotification, kAXMovedNotification,
-                                   kAXResizedNotification}) {
-            AXObserverAddNotification(observer, element, notice, this);
-        }
-    }
+    watchWindow(element, pid);
     tracked_.push_back(std::move(window));
     return tracked_.back();
+}
+
+void MacWindowSystem::watchWindow(AXUIElementRef element, pid_t pid) {
+    const auto watched = watched_.find(pid);
+    if (watched == watched_.end()) return;
+    // Asking twice for a notice is refused as already asked, which does no harm.
+    for (CFStringRef notice :
+         {kAXUIElementDestroyedNotification, kAXMovedNotification, kAXResizedNotification}) {
+        AXObserverAddNotification(watched->second.observer.get(), element, notice, this);
+    }
 }
 
 std::optional<WindowInfo> MacWindowSystem::describe(const Tracked& window) {
@@ -409,16 +412,19 @@ std::vector<WindowInfo> MacWindowSystem::windows() {
     }
     std::vector<WindowInfo> windows;
     for (pid_t pid : order) {
-        NSRunningApplication* app = [NSRunningApplication runningApplicationWithProcessIdentifier:pid];
+        NSRunningApplication* app =
+            [NSRunningApplication runningApplicationWithProcessIdentifier:pid];
         if (!isRegularApp(app)) continue;
         const auto watched = watched_.find(pid);
         const CFRef<AXUIElementRef> application =
-            watched != watched_.end() ? watched->second.application
-                                      : CFRef<AXUIElementRef>::adopt(AXUIElementCreateApplication(pid));
+            watched != watched_.end()
+                ? watched->second.application
+                : CFRef<AXUIElementRef>::adopt(AXUIElementCreateApplication(pid));
         for (const CFRef<AXUIElementRef>& element : appWindows(application.get())) {
             const Tracked& window = track(element.get(), pid);
             if (!window.userWindow) continue;
-            if (std::optional<WindowInfo> info = describe(window)) windows.push_back(std::move(*info));
+            if (std::optional<WindowInfo> info = describe(window))
+                windows.push_back(std::move(*info));
         }
     }
     return windows;
@@ -429,7 +435,8 @@ std::optional<WindowId> MacWindowSystem::focusedWindow() {
     if (!isRegularApp(app)) return std::nullopt;
     const CFRef<AXUIElementRef> application =
         CFRef<AXUIElementRef>::adopt(AXUIElementCreateApplication(app.processIdentifier));
-    const CFRef<AXUIElementRef> window = elementAttribute(application.get(), kAXFocusedWindowAttribute);
+    const CFRef<AXUIElementRef> window =
+        elementAttribute(application.get(), kAXFocusedWindowAttribute);
     if (!window) return std::nullopt;
     const Tracked& tracked = track(window.get(), app.processIdentifier);
     if (!tracked.userWindow) return std::nullopt;
@@ -449,8 +456,10 @@ bool MacWindowSystem::setFrame(WindowId id, const Frame& frame, AxisWrite order)
     }
     const CGPoint point = toCGPoint(frame);
     const CGSize size = toCGSize(frame);
-    const CFRef<AXValueRef> position = CFRef<AXValueRef>::adopt(AXValueCreate(kAXValueTypeCGPoint, &point));
-    const CFRef<AXValueRef> extent = CFRef<AXValueRef>::adopt(AXValueCreate(kAXValueTypeCGSize, &size));
+    const CFRef<AXValueRef> position =
+        CFRef<AXValueRef>::adopt(AXValueCreate(kAXValueTypeCGPoint, &point));
+    const CFRef<AXValueRef> extent =
+        CFRef<AXValueRef>::adopt(AXValueCreate(kAXValueTypeCGSize, &size));
     // While an app's enhanced interface is on (assistive apps turn it on), it animates
     // every write of its windows and may drop the second: it is off for the writes.
     const CFRef<AXUIElementRef> application =
@@ -520,9 +529,10 @@ bool MacWindowSystem::hideApp(const std::string& appIdentity) {
 
 bool MacWindowSystem::launch(const LaunchRequest& request, std::string& error) {
     NSWorkspace* workspace = NSWorkspace.sharedWorkspace;
-    NSURL* url = request.appIdentity.empty()
-                     ? nil
-                     : [workspace URLForApplicationWithBundleIdentifier:toNSString(request.appIdentity)];
+    NSURL* url =
+        request.appIdentity.empty()
+            ? nil
+            : [workspace URLForApplicationWithBundleIdentifier:toNSString(request.appIdentity)];
     // A web app's bundle that Launch Services has not registered yet is started by its path.
     std::error_code missing;
     if (url == nil && !request.bundlePath.empty() &&
@@ -543,19 +553,19 @@ bool MacWindowSystem::launch(const LaunchRequest& request, std::string& error) {
                     if (failure == nil || !say) return;
                     const std::string line = "Halyward could not start " + identity + ": " +
                                              toStdString(failure.localizedDescription);
-                    dispatch_async(dispatch_get_main_queue(), ^{
-                      say(line);
-                    });
+                    dispatch_async(dispatch_get_main_queue(), ^{ say(line); });
                   }];
     return true;
 }
 
 bool MacWindowSystem::runInTerminal(const TerminalRequest& request, std::string& error) {
     NSWorkspace* workspace = NSWorkspace.sharedWorkspace;
-    NSURL* terminal = request.terminal.empty()
-                          ? nil
-                          : [workspace URLForApplicationWithBundleIdentifier:toNSString(request.terminal)];
-    if (terminal == nil) terminal = [workspace URLForApplicationWithBundleIdentifier:@"com.apple.Terminal"];
+    NSURL* terminal =
+        request.terminal.empty()
+            ? nil
+            : [workspace URLForApplicationWithBundleIdentifier:toNSString(request.terminal)];
+    if (terminal == nil)
+        terminal = [workspace URLForApplicationWithBundleIdentifier:@"com.apple.Terminal"];
     if (terminal == nil) {
         error = "No terminal is installed: set terminal_bundle_id in [general] to the bundle "
                 "identifier of the terminal to use.";
@@ -571,11 +581,9 @@ bool MacWindowSystem::runInTerminal(const TerminalRequest& request, std::string&
                configuration:configuration
            completionHandler:^(NSRunningApplication*, NSError* failure) {
              if (failure == nil || !say) return;
-             const std::string line =
-                 "The terminal could not run the agent: " + toStdString(failure.localizedDescription);
-             dispatch_async(dispatch_get_main_queue(), ^{
-               say(line);
-             });
+             const std::string line = "The terminal could not run the agent: " +
+                                      toStdString(failure.localizedDescription);
+             dispatch_async(dispatch_get_main_queue(), ^{ say(line); });
            }];
     return true;
 }
@@ -583,10 +591,11 @@ bool MacWindowSystem::runInTerminal(const TerminalRequest& request, std::string&
 std::optional<std::string> MacWindowSystem::workingDirectory(std::int64_t processId) {
     if (processId <= 0) return std::nullopt;
     proc_vnodepathinfo info{};
-    const int size = proc_pidinfo(static_cast<int>(processId), PROC_PIDVNODEPATHINFO, 0, &info,
-                                  sizeof info);
+    const int size =
+        proc_pidinfo(static_cast<int>(processId), PROC_PIDVNODEPATHINFO, 0, &info, sizeof info);
     // Another user's process, or one that is gone, tells nothing.
-    if (size != static_cast<int>(sizeof info) || info.pvi_cdir.vip_path[0] != '/') return std::nullopt;
+    if (size != static_cast<int>(sizeof info) || info.pvi_cdir.vip_path[0] != '/')
+        return std::nullopt;
     return std::string(info.pvi_cdir.vip_path);
 }
 
@@ -655,7 +664,8 @@ bool MacWindowSystem::ensureTap() {
 
 void MacWindowSystem::updateTap() {
     // Off while nothing needs it, so that typing costs nothing the rest of the time.
-    if (tap_) CGEventTapEnable(tap_.get(), keyboardGrabbed_ || leaderCode_ || !swallowedKeys_.empty());
+    if (tap_)
+        CGEventTapEnable(tap_.get(), keyboardGrabbed_ || leaderCode_ || !swallowedKeys_.empty());
 }
 
 CGEventRef MacWindowSystem::tapEvent(CGEventType type, CGEventRef event) {
@@ -724,9 +734,13 @@ void MacWindowSystem::releaseKeyboard() {
 
 // --- our own windows ------------------------------------------------------------------------
 
-void MacWindowSystem::showTilePanel(const TilePanelContent& content) { overlays_->showPanel(content); }
+void MacWindowSystem::showTilePanel(const TilePanelContent& content) {
+    overlays_->showPanel(content);
+}
 void MacWindowSystem::hideTilePanel() { overlays_->hidePanel(); }
-NoticeSize MacWindowSystem::noticeSize(const std::string& text) { return overlays_->noticeSize(text); }
+NoticeSize MacWindowSystem::noticeSize(const std::string& text) {
+    return overlays_->noticeSize(text);
+}
 void MacWindowSystem::showNotice(const std::string& text, const Frame& frame) {
     overlays_->showNotice(text, frame);
 }
@@ -756,18 +770,17 @@ void MacWindowSystem::watchConfiguration(const std::string& path) {
 void MacWindowSystem::armConfigurationWatch() {
     cancel(folderWatch_);
     cancel(fileWatch_);
-    dispatch_block_t changed = ^{
-      configurationEvent(true);
-    };
+    dispatch_block_t changed = ^{ configurationEvent(true); };
     // The file is usually replaced by a rename, which a watch on the file alone would lose:
     // the folder's own changes (an entry added, removed or renamed) are watched too, and
     // each one makes a fresh watch on whatever file is there now.
-    folderWatch_ = watchPath(configFolder_,
-                             DISPATCH_VNODE_WRITE | DISPATCH_VNODE_DELETE | DISPATCH_VNODE_RENAME, changed);
+    folderWatch_ =
+        watchPath(configFolder_,
+                  DISPATCH_VNODE_WRITE | DISPATCH_VNODE_DELETE | DISPATCH_VNODE_RENAME, changed);
     if (folderWatch_ != nullptr) {
         fileWatch_ = watchPath(configPath_,
-                               DISPATCH_VNODE_WRITE | DISPATCH_VNODE_EXTEND | DISPATCH_VNODE_DELETE |
-                                   DISPATCH_VNODE_RENAME,
+                               DISPATCH_VNODE_WRITE | DISPATCH_VNODE_EXTEND |
+                                   DISPATCH_VNODE_DELETE | DISPATCH_VNODE_RENAME,
                                changed);
         return;
     }
@@ -792,15 +805,14 @@ void MacWindowSystem::configurationEvent(bool rearm) {
 
 void MacWindowSystem::post(std::function<void()> work) {
     auto task = std::make_shared<std::function<void()>>(std::move(work));
-    dispatch_async(dispatch_get_main_queue(), ^{
-      (*task)();
-    });
+    dispatch_async(dispatch_get_main_queue(), ^{ (*task)(); });
 }
 
 std::unique_ptr<TimerHandle> MacWindowSystem::after(double seconds, std::function<void()> work) {
     auto live = std::make_shared<bool>(true);
     auto task = std::make_shared<std::function<void()>>(std::move(work));
-    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, static_cast<std::int64_t>(std::max(seconds, 0.0) * NSEC_PER_SEC)),
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW,
+                                 static_cast<std::int64_t>(std::max(seconds, 0.0) * NSEC_PER_SEC)),
                    dispatch_get_main_queue(), ^{
                      if (*live) (*task)();
                    });
@@ -808,7 +820,8 @@ std::unique_ptr<TimerHandle> MacWindowSystem::after(double seconds, std::functio
 }
 
 double MacWindowSystem::now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 }  // namespace halyward::mac

@@ -32,7 +32,8 @@ void say(std::string_view line) {
 // Brings this agent app to the front, so that an alert it shows is seen.
 void comeForward() {
     if (@available(macOS 14, *)) {
-        [NSRunningApplication.currentApplication activateWithOptions:NSApplicationActivateAllWindows];
+        [NSRunningApplication.currentApplication
+            activateWithOptions:NSApplicationActivateAllWindows];
     } else {
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
@@ -125,11 +126,10 @@ std::vector<dispatch_source_t> signalSources;
 void quitOnSignals() {
     for (int number : {SIGTERM, SIGINT, SIGHUP}) {
         std::signal(number, SIG_IGN);
-        dispatch_source_t source = dispatch_source_create(
-            DISPATCH_SOURCE_TYPE_SIGNAL, static_cast<uintptr_t>(number), 0, dispatch_get_main_queue());
-        dispatch_source_set_event_handler(source, ^{
-          [NSApp terminate:nil];
-        });
+        dispatch_source_t source =
+            dispatch_source_create(DISPATCH_SOURCE_TYPE_SIGNAL, static_cast<uintptr_t>(number), 0,
+                                   dispatch_get_main_queue());
+        dispatch_source_set_event_handler(source, ^{ [NSApp terminate:nil]; });
         dispatch_resume(source);
         signalSources.push_back(source);
     }

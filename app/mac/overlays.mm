@@ -30,7 +30,8 @@ constexpr CGFloat radius = 12;
 
 NSDictionary* font(CGFloat size, bool bold, unsigned color) {
     return @{
-        NSFontAttributeName : bold ? [NSFont boldSystemFontOfSize:size] : [NSFont systemFontOfSize:size],
+        NSFontAttributeName : bold ? [NSFont boldSystemFontOfSize:size]
+                                   : [NSFont systemFontOfSize:size],
         NSForegroundColorAttributeName : rgb(color),
     };
 }
@@ -55,7 +56,9 @@ struct PanelLayout {
     int columns = 1;
     int rows = 0;
     CGFloat columnWidth() const { return keyWidth + 12 + titleWidth + 28 + chordWidth; }
-    CGFloat width() const { return columns * columnWidth() + (columns - 1) * 36 + 2 * panelPadding; }
+    CGFloat width() const {
+        return columns * columnWidth() + (columns - 1) * 36 + 2 * panelPadding;
+    }
     CGFloat height() const { return panelPadding + 30 + rows * rowHeight + panelPadding - 6; }
 };
 
@@ -66,8 +69,8 @@ PanelLayout layOut(const TilePanelContent& content) {
     for (const halyward::TilePanelSection& section : content.sections) {
         total += static_cast<int>(section.rows.size()) + 1;
         for (const halyward::TilePanelRow& row : section.rows) {
-            layout.keyWidth = std::max(
-                {layout.keyWidth, CGFloat(24), widthOf(toNSString(row.key), font(12, true, 0)) + 14});
+            layout.keyWidth = std::max({layout.keyWidth, CGFloat(24),
+                                        widthOf(toNSString(row.key), font(12, true, 0)) + 14});
             layout.titleWidth =
                 std::max(layout.titleWidth, widthOf(toNSString(row.title), font(13, false, 0)));
             layout.chordWidth =
@@ -115,10 +118,9 @@ NSPanel* makePanel(NSView* content, bool passClicks) {
     // The ring sits below the panel and the notice, which stay readable above it.
     panel.level = passClicks ? NSFloatingWindowLevel : NSStatusWindowLevel;
     // Shown on whichever space is current, full-screen apps' spaces included.
-    panel.collectionBehavior = NSWindowCollectionBehaviorCanJoinAllSpaces |
-                               NSWindowCollectionBehaviorStationary |
-                               NSWindowCollectionBehaviorFullScreenAuxiliary |
-                               NSWindowCollectionBehaviorIgnoresCycle;
+    panel.collectionBehavior =
+        NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorStationary |
+        NSWindowCollectionBehaviorFullScreenAuxiliary | NSWindowCollectionBehaviorIgnoresCycle;
     panel.contentView = content;
     return panel;
 }
@@ -155,9 +157,10 @@ NSPanel* makePanel(NSView* content, bool passClicks) {
         for (const halyward::TilePanelRow& row : section.rows) {
             const CGFloat middle = top + rowHeight / 2;
             [rgb(borderColor) setFill];
-            [[NSBezierPath bezierPathWithRoundedRect:NSMakeRect(left, middle - 10, layout.keyWidth, 20)
-                                             xRadius:4
-                                             yRadius:4] fill];
+            [[NSBezierPath
+                bezierPathWithRoundedRect:NSMakeRect(left, middle - 10, layout.keyWidth, 20)
+                                  xRadius:4
+                                  yRadius:4] fill];
             NSString* key = toNSString(row.key);
             NSDictionary* keyFont = font(12, true, 0xffffff);
             drawText(key, keyFont, left + (layout.keyWidth - widthOf(key, keyFont)) / 2, middle);
@@ -225,8 +228,8 @@ void Overlays::showPanel(const TilePanelContent& content) {
     const CGFloat width = std::ceil(layout.width());
     const CGFloat height = std::ceil(layout.height());
     const Frame& display = content.displayFrame;
-    const Frame frame{std::round(display.midX() - width / 2), std::round(display.midY() - height / 2),
-                      width, height};
+    const Frame frame{std::round(display.midX() - width / 2),
+                      std::round(display.midY() - height / 2), width, height};
     [panel_ setFrame:toNSRect(frame) display:NO];
     view.needsDisplay = YES;
     [panel_ orderFrontRegardless];
@@ -236,7 +239,8 @@ void Overlays::hidePanel() { [panel_ orderOut:nil]; }
 
 NoticeSize Overlays::noticeSize(const std::string& text) {
     NSAttributedString* measured =
-        [[NSAttributedString alloc] initWithString:toNSString(text) attributes:font(15, true, 0xffffff)];
+        [[NSAttributedString alloc] initWithString:toNSString(text)
+                                        attributes:font(15, true, 0xffffff)];
     return {std::ceil(measured.size.width) + 48, 48};
 }
 

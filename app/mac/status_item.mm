@@ -24,7 +24,8 @@
 
 - (void)choose:(NSMenuItem*)sender {
     NSString* action = sender.representedObject;
-    if (_handler && [action isKindOfClass:[NSString class]]) _handler(halyward::mac::toStdString(action));
+    if (_handler && [action isKindOfClass:[NSString class]])
+        _handler(halyward::mac::toStdString(action));
 }
 @end
 
