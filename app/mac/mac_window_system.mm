@@ -721,7 +721,9 @@ bool MacWindowSystem::watchLeaderKey(const std::optional<HotkeyKey>& key) {
 }
 
 bool MacWindowSystem::grabKeyboard() {
-    if (!ensureTap()) return false;
+    // While a password field has secure input on, no tap sees a key: the keyboard is held
+    // by another program, as far as tile mode can tell.
+    if (IsSecureEventInputEnabled() || !ensureTap()) return false;
     keyboardGrabbed_ = true;
     updateTap();
     return true;
