@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <dispatch/dispatch.h>
@@ -99,6 +100,7 @@ private:
     void watchWindow(AXUIElementRef element, pid_t pid);
     Tracked* find(WindowId id);
     Tracked* find(AXUIElementRef element);
+    void forget(WindowId id);
     std::optional<WindowInfo> describe(const Tracked& window);
     /// The app's windows as the Accessibility API lists them, front-most first.
     std::vector<CFRef<AXUIElementRef>> appWindows(AXUIElementRef application);
@@ -113,7 +115,10 @@ private:
     WindowSystemEvents* events_ = nullptr;
     std::unique_ptr<Overlays> overlays_;
 
-    std::vector<Tracked> tracked_;
+    /// Every window met, by id; `byHash_` finds an element's entry without comparing it
+    /// with every other (elements are equal by CFEqual, whose hash agrees).
+    std::map<WindowId, Tracked> tracked_;
+    std::unordered_multimap<CFHashCode, WindowId> byHash_;
     WindowId nextId_ = 1;
     std::map<pid_t, Watched> watched_;
     NSMutableArray* workspaceObservers_ = nil;

@@ -271,11 +271,13 @@ void MacWindowSystem::forgetApp(pid_t pid) {
         watched_.erase(found);
     }
     std::vector<WindowId> gone;
-    std::erase_if(tracked_, [&](const Tracked& window) {
-        if (window.pid != pid) return false;
-        if (window.userWindow && window.announced) gone.push_back(window.id);
-        return true;
-    });
+    std::vector<WindowId> theirs;
+    for (const auto& [id, window] : tracked_) {
+        if (window.pid != pid) continue;
+        theirs.push_back(id);
+        if (window.userWindow && window.announced) gone.push_back(id);
+    }
+    for (WindowId id : theirs) forget(id);
     if (events_ == nullptr) return;
     for (WindowId id : gone) events_->windowVanished(id);
 }
@@ -295,17 +297,30 @@ std::vector<CFRef<AXUIElementRef>> MacWindowSystem::appWindows(AXUIElementRef ap
 }
 
 MacWindowSystem::Tracked* MacWindowSystem::find(AXUIElementRef element) {
-    for (Tracked& window : tracked_) {
+    const auto [first, last] = byHash_.equal_range(CFHash(element));
+    for (auto candidate = first; candidate != last; ++candidate) {
+        Tracked& window = tracked_.at(candidate->second);
         if (CFEqual(window.element.get(), element)) return &window;
     }
     return nullptr;
 }
 
 MacWindowSystem::Tracked* MacWindowSystem::find(WindowId id) {
-    for (Tracked& window : tracked_) {
-        if (window.id == id) return &window;
+    const auto found = tracked_.find(id);
+    return found != tracked_.end() ? &found->second : nullptr;
+}
+
+void MacWindowSystem::forget(WindowId id) {
+    const auto found = tracked_.find(id);
+    if (found == tracked_.end()) return;
+    const auto [first, last] = byHash_.equal_range(CFHash(found->second.element.get()));
+    for (auto candidate = first; candidate != last; ++candidate) {
+        if (candidate->second == id) {
+            byHash_.erase(candidate);
+            break;
+        }
     }
-    return nullptr;
+    tracked_.erase(found);
 }
 
 MacWindowSystem::Tracked& MacWindowSystem::track(AXUIElementRef element, pid_t pid) {
@@ -320,8 +335,9 @@ MacWindowSystem::Tracked& MacWindowSystem::track(AXUIElementRef element, pid_t p
     window.pid = pid;
     window.userWindow = isStandardWindow(element);
     watchWindow(element, pid);
-    tracked_.push_back(std::move(window));
-    return tracked_.back();
+    const WindowId id = window.id;
+    byHash_.emplace(CFHash(element), id);
+    return tracked_.emplace(id, std::move(window)).first->second;
 }
 
 void MacWindowSystem::watchWindow(AXUIElementRef element, pid_t pid) {
@@ -355,7 +371,7 @@ std::optional<WindowInfo> MacWindowSystem::describe(const Tracked& window) {
 
 void MacWindowSystem::announceNewWindows(pid_t pid) {
     std::vector<WindowInfo> fresh;
-    for (Tracked& window : tracked_) {
+    for (auto& [id, window] : tracked_) {
         if (window.pid != pid || window.announced || !window.userWindow) continue;
         if (std::optional<WindowInfo> info = describe(window)) {
             window.announced = true;
@@ -376,7 +392,7 @@ void MacWindowSystem::accessibilityNotice(AXUIElementRef element, CFStringRef no
         if (window == nullptr) return;
         const WindowId id = window->id;
         const bool told = window->userWindow && window->announced;
-        std::erase_if(tracked_, [id](const Tracked& each) { return each.id == id; });
+        forget(id);
         if (told && events_ != nullptr) events_->windowVanished(id);
     } else if (CFEqual(notice, kAXMovedNotification) || CFEqual(notice, kAXResizedNotification)) {
         const Tracked* window = find(element);
