@@ -31,6 +31,11 @@ if(HALYWARD_BOOST_FROM_SOURCE)
     add_library(Boost::url ALIAS halyward_boost)
   endif()
 else()
+  # Boost's compiled parts are linked in: as shared libraries they are loaded and relocated
+  # at the start of every `halyward` command, about a third of its start-up.
+  if(NOT DEFINED Boost_USE_STATIC_LIBS)
+    set(Boost_USE_STATIC_LIBS ON)
+  endif()
   find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json url)
 endif()
 # Header-only; the number reader (base/number_text.cpp) reads doubles with it.
