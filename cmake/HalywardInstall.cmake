@@ -86,12 +86,10 @@ foreach(_module IN LISTS _halyward_modules)
 endforeach()
 set_target_properties(halyward_core PROPERTIES EXPORT_NAME core)
 set_target_properties(halyward_warnings PROPERTIES EXPORT_NAME warnings)
-# The header-only stand-ins for libcurl, libcrypto and libidn2, which the library opens on
-# first use.
+# The header-only stand-ins for libcurl and libcrypto, which the library opens on first use.
 set_target_properties(halyward_curl_headers PROPERTIES EXPORT_NAME curl_headers)
 set_target_properties(halyward_crypto_headers PROPERTIES EXPORT_NAME crypto_headers)
-set_target_properties(halyward_idn2_headers PROPERTIES EXPORT_NAME idn2_headers)
-install(TARGETS halyward_core halyward_warnings halyward_curl_headers halyward_crypto_headers halyward_idn2_headers
+install(TARGETS halyward_core halyward_warnings halyward_curl_headers halyward_crypto_headers
                 ${_halyward_modules}
         EXPORT halywardTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)

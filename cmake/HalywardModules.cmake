@@ -49,16 +49,14 @@ else()
   pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 endif()
 pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
-# International host names of web-app addresses (IDNA: punycode and back).
-pkg_check_modules(IDN2 REQUIRED IMPORTED_TARGET libidn2)
 # The webapps module compares the hosts it copies into bundles by their SHA-256 digests.
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 # 7.85 brought CURLOPT_PROTOCOLS_STR, which the site fetcher uses to stay on http(s).
 find_package(CURL 7.85 REQUIRED)
-# The web-app library opens libcurl, libcrypto and libidn2 when it first needs them
+# The web-app library opens libcurl and libcrypto when it first needs them
 # (webapps/shared_library.hpp), so that the command line does not load them, and the
 # libraries behind libcurl, for every command; modules get their headers and the dynamic
-# loader only.
+# loader only. libidn2 is opened the same way and needs not even headers.
 if(NOT TARGET halyward_curl_headers)
   add_library(halyward_curl_headers INTERFACE)
   target_include_directories(halyward_curl_headers INTERFACE ${CURL_INCLUDE_DIRS})
@@ -66,10 +64,6 @@ if(NOT TARGET halyward_curl_headers)
   add_library(halyward_crypto_headers INTERFACE)
   target_include_directories(halyward_crypto_headers INTERFACE ${OPENSSL_INCLUDE_DIR})
   target_link_libraries(halyward_crypto_headers INTERFACE ${CMAKE_DL_LIBS})
-  # libidn2 (with libunistring behind it) is only needed by app add's addresses.
-  add_library(halyward_idn2_headers INTERFACE)
-  target_include_directories(halyward_idn2_headers INTERFACE ${IDN2_INCLUDE_DIRS})
-  target_link_libraries(halyward_idn2_headers INTERFACE ${CMAKE_DL_LIBS})
 endif()
 
 if(NOT TARGET halyward_warnings)

@@ -24,10 +24,9 @@ LIBRARIES = {
     "Boost::json": re.compile(r"#include <boost/json"),
     "Boost::url": re.compile(r"#include <boost/url"),
     "FastFloat::fast_float": re.compile(r"#include <fast_float/"),
-    # libcrypto, libcurl and libidn2 are opened at run time; modules declare their headers only.
+    # libcrypto and libcurl are opened at run time; modules declare their headers only.
     "halyward_crypto_headers": re.compile(r"#include <openssl/"),
     "halyward_curl_headers": re.compile(r"#include <curl/"),
-    "halyward_idn2_headers": re.compile(r"#include <idn2\.h>"),
     "Threads::Threads": re.compile(r"#include <thread>"),
 }
 MODULE_INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]halyward/([a-z_]+)/', re.MULTILINE)

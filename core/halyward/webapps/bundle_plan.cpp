@@ -73,7 +73,7 @@ std::string takeIDNText(const detail::IDN2Library& idn2, char* text) {
 std::optional<std::string> asciiHost(const std::string& host) {
     const detail::IDN2Library* idn2 = detail::idn2Library();
     char* out = nullptr;
-    if (!idn2 || idn2->toASCII(host.c_str(), &out, IDN2_NONTRANSITIONAL) != IDN2_OK) {
+    if (!idn2 || idn2->toASCII(host.c_str(), &out, detail::idn2NonTransitional) != detail::idn2OK) {
         return std::nullopt;
     }
     return takeIDNText(*idn2, out);
@@ -142,7 +142,7 @@ std::string displayHost(std::string_view host) {
     if (text::lowercased(original).find("xn--") == std::string::npos) return original;
     const detail::IDN2Library* idn2 = detail::idn2Library();
     char* out = nullptr;
-    if (!idn2 || idn2->toUnicode(original.c_str(), &out, 0) != IDN2_OK) return original;
+    if (!idn2 || idn2->toUnicode(original.c_str(), &out, 0) != detail::idn2OK) return original;
     const std::string unicode = takeIDNText(*idn2, out);
     // The decoder alone accepts labels that no valid name encodes to; only a name that
     // encodes back to the same host is shown.
