@@ -11,7 +11,10 @@ namespace {
 std::optional<IDN2Library> load() {
     // The names of the library's ABI version 0, that of every libidn2 release.
 #if defined(__APPLE__)
-    void* library = openSharedLibrary({"libidn2.0.dylib", "libidn2.dylib"});
+    // Homebrew's prefixes come first: the loader's default search path holds neither
+    // /opt/homebrew/lib nor, for a bare name, always /usr/local/lib.
+    void* library = openSharedLibrary(
+        {"/opt/homebrew/lib/libidn2.0.dylib", "/usr/local/lib/libidn2.0.dylib", "libidn2.0.dylib"});
 #else
     void* library = openSharedLibrary({"libidn2.so.0", "libidn2.so"});
 #endif
