@@ -4,28 +4,12 @@
 
 namespace halyward::mac {
 
-namespace {
-
-// `text` with every byte that does not start a valid UTF-8 sequence replaced by U+FFFD.
-std::string validUTF8(std::string_view text) {
-    std::string valid;
-    valid.reserve(text.size());
-    for (std::size_t pos = 0; pos < text.size();) {
-        const text::Scalar scalar = text::decodeAt(text, pos);
-        text::appendUTF8(valid, scalar.value);
-        pos += scalar.length;
-    }
-    return valid;
-}
-
-}  // namespace
-
 NSString* toNSString(std::string_view text) {
     NSString* string = [[NSString alloc] initWithBytes:text.data()
                                                 length:text.size()
                                               encoding:NSUTF8StringEncoding];
     if (string != nil) return string;
-    const std::string valid = validUTF8(text);
+    const std::string valid = text::repairedUTF8(text);
     return [[NSString alloc] initWithBytes:valid.data()
                                     length:valid.size()
                                   encoding:NSUTF8StringEncoding];

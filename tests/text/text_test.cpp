@@ -51,6 +51,10 @@ TEST(text, decoding_rejects_overlong_surrogates_and_out_of_range) {
         const Scalar scalar = decodeAt(encoded, 1);
         EXPECT_EQ(std::pair(scalar.value, scalar.length), std::pair(c, encoded.size() - 1));
     }
+    EXPECT_EQ(repairedUTF8("a\xC0\x80\xE2\x82\xAC"
+                           "b\xE2\x82"),
+              "a\xEF\xBF\xBD\xEF\xBF\xBD\xE2\x82\xAC"
+              "b\xEF\xBF\xBD\xEF\xBF\xBD");
 }
 
 TEST(text, case_mapping_and_classes_follow_unicode) {

@@ -166,6 +166,17 @@ bool isValidUTF8(std::string_view text) {
     return true;
 }
 
+std::string repairedUTF8(std::string_view text) {
+    std::string repaired;
+    repaired.reserve(text.size());
+    for (std::size_t pos = 0; pos < text.size();) {
+        const Scalar scalar = decodeAt(text, pos);
+        appendUTF8(repaired, scalar.value);
+        pos += scalar.length;
+    }
+    return repaired;
+}
+
 std::string codePoint(char32_t scalar) {
     char buffer[16];
     std::snprintf(buffer, sizeof buffer, "U+%04X", static_cast<unsigned>(scalar));

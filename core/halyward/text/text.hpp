@@ -56,6 +56,9 @@ bool isControl(char32_t scalar);
 /// True when every byte of `text` belongs to a valid UTF-8 sequence (a literal U+FFFD
 /// included).
 bool isValidUTF8(std::string_view text);
+/// `text` with every byte that does not start a valid UTF-8 sequence replaced by U+FFFD,
+/// for APIs that refuse invalid UTF-8 outright.
+std::string repairedUTF8(std::string_view text);
 
 /// The scalar's code point as Unicode writes it: "U+200B", "U+1F600".
 std::string codePoint(char32_t scalar);
